@@ -1,0 +1,44 @@
+// Test helper: captures every report of the library while it lives, instead of stderr.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kly/host/services.h"
+
+namespace kly {
+namespace testing {
+
+struct Report {
+  uint32_t id;
+  uint32_t flags;
+  std::string text;
+};
+
+class ReportCapture {
+ public:
+  ReportCapture();
+  const std::vector<Report>& reports() const { return *reports_; }
+  // The host table in force, for a test to adjust further entries.
+  host::HostServices& services() { return host::Services(); }
+
+ private:
+  std::shared_ptr<std::vector<Report>> reports_;
+  host::ScopedServices scope_;
+};
+
+// Runs `body` and returns the int32_t it throws, or 0 when it throws nothing.
+template <class Body>
+int32_t ThrownNumber(Body body) {
+  try {
+    body();
+  } catch (int32_t number) {
+    return number;
+  }
+  return 0;
+}
+
+}  // namespace testing
+}  // namespace kly

@@ -12,4 +12,7 @@
 #include "kly/core/records.h"
 #include "kly/mesh/mesh.h"
 #include "kly/solids/cube.h"
+#include "kly/solids/cylinder.h"
+#include "kly/solids/plane.h"
+#include "kly/solids/sphere.h"
 #include "kly/cache/geometry_cache.h"

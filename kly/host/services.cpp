@@ -1,0 +1,57 @@
+#include "kly/host/services.h"
+
+#include <chrono>
+#include <cstdio>
+
+namespace kly {
+namespace host {
+
+namespace {
+
+void ReportToStderr(uint32_t id, uint32_t, const char* text) {
+  std::fprintf(stderr, "kly report 0x%06x: %s\n", static_cast<unsigned>(id), text ? text : "");
+}
+
+double MonotonicSeconds() {
+  using Clock = std::chrono::steady_clock;
+  return std::chrono::duration<double>(Clock::now().time_since_epoch()).count();
+}
+
+bool AllowEveryAllocation(uint32_t, uint32_t) {
+  return true;
+}
+
+HostServices& CurrentTable() {
+  static HostServices table = DefaultServices();
+  return table;
+}
+
+}  // namespace
+
+HostServices DefaultServices() {
+  HostServices services;
+  services.report = ReportToStderr;
+  services.seconds_since_boot = MonotonicSeconds;
+  services.allow_allocation = AllowEveryAllocation;
+  return services;
+}
+
+HostServices& Services() {
+  HostServices& table = CurrentTable();
+  // A replacement may leave entries empty; they fall back to the defaults.
+  if (!table.report) table.report = ReportToStderr;
+  if (!table.seconds_since_boot) table.seconds_since_boot = MonotonicSeconds;
+  if (!table.allow_allocation) table.allow_allocation = AllowEveryAllocation;
+  return table;
+}
+
+ScopedServices::ScopedServices(HostServices replacement) : saved_(Services()) {
+  CurrentTable() = std::move(replacement);
+}
+
+ScopedServices::~ScopedServices() {
+  CurrentTable() = std::move(saved_);
+}
+
+}  // namespace host
+}  // namespace kly

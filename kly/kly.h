@@ -16,3 +16,7 @@
 #include "kly/solids/plane.h"
 #include "kly/solids/sphere.h"
 #include "kly/cache/geometry_cache.h"
+#include "kly/curves/cubic_bezier_curve.h"
+#include "kly/curves/cubic_bezier_patch.h"
+#include "kly/curves/contour.h"
+#include "kly/host/spn.h"

@@ -1,0 +1,236 @@
+#include "kly/curves/cubic_bezier_patch.h"
+
+#include <cstdint>
+#include <stdexcept>
+
+#include "kly/curves/cubic_bezier_curve.h"
+#include "kly/mesh/mesh.h"
+#include "kly/package/failure.h"
+
+namespace {
+
+using Vec3 = ORT_Vector3T<double>;
+
+// Bernstein values of one parameter, degree 3 and degree 2, computed once and shared by the
+// point and both partials.
+struct Basis {
+  double cubic[4];
+  double quadratic[3];
+};
+
+void FillBasis(double t, Basis& out) {
+  const double s = 1.0 - t;
+  out.cubic[0] = s * s * s;
+  out.cubic[1] = 3.0 * t * s * s;
+  out.cubic[2] = 3.0 * t * t * s;
+  out.cubic[3] = t * t * t;
+  out.quadratic[0] = s * s;
+  out.quadratic[1] = 2.0 * t * s;
+  out.quadratic[2] = t * t;
+}
+
+// The control net with its forward differences along u and v, formed once per patch.
+struct Net {
+  Vec3 points[16];
+  Vec3 uDifferences[12];  // (r, c) at 3 r + c: point (r, c + 1) - point (r, c)
+  Vec3 vDifferences[12];  // (r, c) at 4 r + c: point (r + 1, c) - point (r, c)
+};
+
+void FillNet(const Vec3 (&points)[16], Net& net) {
+  for (int i = 0; i < 16; ++i) net.points[i] = points[i];
+  for (int r = 0; r < 4; ++r) {
+    for (int c = 0; c < 3; ++c)
+      net.uDifferences[3 * r + c] = points[4 * r + c + 1] - points[4 * r + c];
+  }
+  for (int r = 0; r < 3; ++r) {
+    for (int c = 0; c < 4; ++c)
+      net.vDifferences[4 * r + c] = points[4 * r + c + 4] - points[4 * r + c];
+  }
+}
+
+inline void Accumulate(Vec3& sum, const Vec3& p, double w) {
+  sum.x += p.x * w;
+  sum.y += p.y * w;
+  sum.z += p.z * w;
+}
+
+// Sum over rows r and columns c of B3,c(u) B3,r(v) point (r, c).
+inline Vec3 PointAt(const Net& net, const Basis& u, const Basis& v) {
+  Vec3 sum{0.0, 0.0, 0.0};
+  for (int r = 0; r < 4; ++r) {
+    for (int c = 0; c < 4; ++c) Accumulate(sum, net.points[4 * r + c], u.cubic[c] * v.cubic[r]);
+  }
+  return sum;
+}
+
+// 3 times the sum over rows r and columns c < 3 of B3,r(v) B2,c(u) (point (r, c+1) - point (r, c)).
+inline Vec3 PartialUAt(const Net& net, const Basis& u, const Basis& v) {
+  Vec3 sum{0.0, 0.0, 0.0};
+  for (int r = 0; r < 4; ++r) {
+    for (int c = 0; c < 3; ++c) {
+      Accumulate(sum, net.uDifferences[3 * r + c], v.cubic[r] * u.quadratic[c]);
+    }
+  }
+  return sum * 3.0;
+}
+
+// 3 times the sum over rows r < 3 and columns c of B2,r(v) B3,c(u) (point (r+1, c) - point (r, c)).
+inline Vec3 PartialVAt(const Net& net, const Basis& u, const Basis& v) {
+  Vec3 sum{0.0, 0.0, 0.0};
+  for (int r = 0; r < 3; ++r) {
+    for (int c = 0; c < 4; ++c) {
+      Accumulate(sum, net.vDifferences[4 * r + c], v.quadratic[r] * u.cubic[c]);
+    }
+  }
+  return sum * 3.0;
+}
+
+inline Vec3 NormalAt(const Net& net, const Basis& u, const Basis& v) {
+  const Vec3 a = PartialUAt(net, u, v);
+  const Vec3 b = PartialVAt(net, u, v);
+  Vec3 n{a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+  const double s = n.x * n.x + n.y * n.y + n.z * n.z;
+  if (s > 0.0) {
+    KLY_Normalize(n);
+  } else if (s == 0.0) {
+    // A collapsed row or column (a point where the patch pinches): face the front.
+    n = {0.0, 0.0, -1.0};
+  }
+  return n;  // NaN coordinates give NaN normals, with no failure
+}
+
+// One of the evaluations above at a single (u, v), by the same arithmetic as FillMesh's grid.
+template <class Evaluation>
+Vec3 AtParameters(const Vec3 (&points)[16], double u, double v, Evaluation evaluation) {
+  Net net;
+  FillNet(points, net);
+  Basis uBasis, vBasis;
+  FillBasis(u, uBasis);
+  FillBasis(v, vBasis);
+  return evaluation(net, uBasis, vBasis);
+}
+
+}  // namespace
+
+void KLY_CubicBezierPatch::SetCubicGeometry(tagCUBIC_PATCH_PTS& geometry) {
+  for (int i = 0; i < 16; ++i) points[i] = geometry.points[i];
+}
+
+void KLY_CubicBezierPatch::SetGranularity(uint32_t uMin, uint32_t uMax, uint32_t vMin,
+                                          uint32_t vMax) {
+  uMinGranularity = uMin;
+  uMaxGranularity = uMax;
+  vMinGranularity = vMin;
+  vMaxGranularity = vMax;
+}
+
+void KLY_CubicBezierPatch::GetGranularity(uint32_t& uMin, uint32_t& uMax, uint32_t& vMin,
+                                          uint32_t& vMax) {
+  uMin = uMinGranularity;
+  uMax = uMaxGranularity;
+  vMin = vMinGranularity;
+  vMax = vMaxGranularity;
+}
+
+void KLY_CubicBezierPatch::SetUScaleOffset(double scale, double offset) {
+  uScale = scale;
+  uOffset = offset;
+}
+
+void KLY_CubicBezierPatch::SetVScaleOffset(double scale, double offset) {
+  vScale = scale;
+  vOffset = offset;
+}
+
+void KLY_CubicBezierPatch::MakeParameters(std::vector<double>& uParameters,
+                                          std::vector<double>& vParameters) {
+  KLY_CubicBezierCurve edge;
+  edge.SetControlPts(points[0], points[1], points[2], points[3]);
+  uParameters.clear();
+  edge.Subdivide(KLY_CubicBezierCurve::kFlatness, uMinGranularity, uMaxGranularity, uParameters);
+  edge.SetControlPts(points[0], points[4], points[8], points[12]);
+  vParameters.clear();
+  edge.Subdivide(KLY_CubicBezierCurve::kFlatness, vMinGranularity, vMaxGranularity, vParameters);
+}
+
+void KLY_CubicBezierPatch::GetAdaptiveMeshSize(uint32_t& vertexCount, uint32_t& triangleCount,
+                                               std::vector<double>& uParameters,
+                                               std::vector<double>& vParameters) {
+  MakeParameters(uParameters, vParameters);
+  const uint64_t nu = uParameters.size();
+  const uint64_t nv = vParameters.size();
+  const uint64_t vertices = nu * nv;
+  const uint64_t triangles = (2 * nu - 2) * (nv - 1);
+  if (vertices > UINT32_MAX || triangles > UINT32_MAX) {
+    throw std::length_error("patch grid larger than 32-bit counts");
+  }
+  vertexCount = static_cast<uint32_t>(vertices);
+  triangleCount = static_cast<uint32_t>(triangles);
+}
+
+void KLY_CubicBezierPatch::FillMesh(KLY_Mesh& mesh, uint32_t material) {
+  std::vector<double> uParameters, vParameters;
+  uint32_t vertexCount = 0, triangleCount = 0;
+  GetAdaptiveMeshSize(vertexCount, triangleCount, uParameters, vParameters);
+  if (mesh.GetNumVertices() < vertexCount || mesh.GetNumTriangles() < triangleCount) {
+    throw std::out_of_range("invalid vector<T> subscript");
+  }
+  const uint32_t nu = static_cast<uint32_t>(uParameters.size());
+  const uint32_t nv = static_cast<uint32_t>(vParameters.size());
+
+  Net net;
+  FillNet(points, net);
+  std::vector<Basis> uBases(nu);
+  for (uint32_t i = 0; i < nu; ++i) FillBasis(uParameters[i], uBases[i]);
+
+  KLY_Vertex* vertex = &*mesh.beginVerts();
+  for (uint32_t j = 0; j < nv; ++j) {
+    const double v = vParameters[j];
+    Basis vBasis;
+    FillBasis(v, vBasis);
+    const double texV = vScale * v + vOffset;
+    for (uint32_t i = 0; i < nu; ++i, ++vertex) {
+      const Basis& uBasis = uBases[i];
+      vertex->pos = PointAt(net, uBasis, vBasis);
+      vertex->pos_w = 1.0;
+      vertex->normal = NormalAt(net, uBasis, vBasis);
+      vertex->uv = {uScale * uParameters[i] + uOffset, texV};
+    }
+  }
+
+  KLY_Triangle* triangle = &*mesh.beginTriangles();
+  for (uint32_t j = 0; j + 1 < nv; ++j) {
+    for (uint32_t i = 0; i + 1 < nu; ++i) {
+      const uint32_t a = j * nu + i;
+      triangle->SetIndices(a, a + nu + 1, a + 1);
+      triangle->material_index = material;
+      ++triangle;
+      triangle->SetIndices(a, a + nu, a + nu + 1);
+      triangle->material_index = material;
+      ++triangle;
+    }
+  }
+}
+
+void KLY_CubicBezierPatch::Eval(double u, double v, Vec3& out) {
+  out = AtParameters(points, u, v, PointAt);
+}
+
+void KLY_CubicBezierPatch::Partial_u(double u, double v, Vec3& out) {
+  out = AtParameters(points, u, v, PartialUAt);
+}
+
+void KLY_CubicBezierPatch::Partial_v(double u, double v, Vec3& out) {
+  out = AtParameters(points, u, v, PartialVAt);
+}
+
+void KLY_CubicBezierPatch::Normal(double u, double v, Vec3& out) {
+  out = AtParameters(points, u, v, NormalAt);
+}
+
+double KLY_CubicBezierPatch::Bernstein(int degree, int index, double t) {
+  if ((degree != 2 && degree != 3) || index < 0 || index > degree) return 0.0;
+  Basis basis;
+  FillBasis(t, basis);
+  return degree == 3 ? basis.cubic[index] : basis.quadratic[index];
+}

@@ -139,6 +139,18 @@ inline void TwoTwoDiff(double a1, double a0, double b1, double b0, double& x3, d
   TwoOneDiff(j, zero, b1, x3, x2, x1);
 }
 
+// (x3, x2, x1, x0) == (a1, a0) * b.
+inline void TwoOneProduct(double a1, double a0, double b, double& x3, double& x2, double& x1,
+                          double& x0) {
+  double bHi, bLo;
+  Split(b, bHi, bLo);
+  double i, j, zero, k;
+  TwoProductPresplit(a0, b, bHi, bLo, i, x0);
+  TwoProductPresplit(a1, b, bHi, bLo, j, zero);
+  TwoSum(i, zero, k, x1);
+  FastTwoSum(j, k, x3, x2);
+}
+
 // h = e + f exactly, zeros removed; returns h's length (h has room for eLen + fLen). An
 // all-zero sum is the expansion of length 1 holding 0.0. h must not overlap e or f.
 int32_t FastExpansionSumZeroElim(int32_t eLen, const double* e, int32_t fLen, const double* f,

@@ -1,0 +1,170 @@
+// KLY_Mesh::Weld: the fixed hash, the box tolerance, first-vertex-wins and the probe chain.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include "kly/mesh/mesh.h"
+
+namespace {
+
+class TestMesh : public KLY_Mesh {
+ public:
+  using KLY_Mesh::dirty;
+  using KLY_Mesh::triangles;
+  using KLY_Mesh::vertices;
+};
+
+KLY_Vertex At(double x, double y, double z, double u = 0.0) {
+  KLY_Vertex v;
+  v.SetPos({x, y, z});
+  v.SetUV({u, 0.0});
+  return v;
+}
+
+TestMesh MeshOf(const std::vector<KLY_Vertex>& vertices) {
+  TestMesh mesh;
+  for (const KLY_Vertex& v : vertices) mesh.PushVertex(v);
+  return mesh;
+}
+
+TEST(Weld, EmptyMeshStaysEmpty) {
+  TestMesh mesh;
+  mesh.Weld(1.0);
+  EXPECT_EQ(0u, mesh.GetNumVertices());
+  EXPECT_EQ(0u, mesh.GetNumTriangles());
+}
+
+TEST(Weld, FirstVertexOfAClusterWinsAndCollapsedTrianglesStay) {
+  // Three vertices at one place with three UVs: one vertex, the first UV, indices 0, 0, 0.
+  TestMesh mesh = MeshOf({At(1, 2, 3, 0.1), At(1, 2, 3, 0.2), At(1, 2, 3, 0.3)});
+  mesh.PushFace(KLY_Triangle(0, 1, 2));
+  mesh.Weld(1e-6);
+  ASSERT_EQ(1u, mesh.GetNumVertices());
+  EXPECT_EQ(0.1, mesh.vertices[0].uv.x);
+  ASSERT_EQ(1u, mesh.GetNumTriangles());
+  EXPECT_EQ(0u, mesh.triangles[0].indices[0]);
+  EXPECT_EQ(0u, mesh.triangles[0].indices[1]);
+  EXPECT_EQ(0u, mesh.triangles[0].indices[2]);
+}
+
+TEST(Weld, SurvivorsKeepTheOrderOfFirstAppearance) {
+  TestMesh mesh =
+      MeshOf({At(5, 0, 0, 1), At(0, 7, 0, 2), At(5, 0, 0, 3), At(0, 0, 9, 4), At(0, 7, 0, 5)});
+  mesh.PushFace(KLY_Triangle(2, 4, 3));
+  mesh.Weld(1e-6);
+  ASSERT_EQ(3u, mesh.GetNumVertices());
+  EXPECT_EQ(1.0, mesh.vertices[0].uv.x);
+  EXPECT_EQ(2.0, mesh.vertices[1].uv.x);
+  EXPECT_EQ(4.0, mesh.vertices[2].uv.x);
+  // Old 2, 4, 3 are the first copies 0, 1 and the lone vertex 2.
+  EXPECT_EQ(0u, mesh.triangles[0].indices[0]);
+  EXPECT_EQ(1u, mesh.triangles[0].indices[1]);
+  EXPECT_EQ(2u, mesh.triangles[0].indices[2]);
+}
+
+// Each case: two positions, the tolerance passed, and whether they merge.
+struct PairCase {
+  const char* why;
+  ORT_Vector3T<double> a, b;
+  double tolerance;
+  bool merge;
+};
+
+TEST(Weld, WhichPairsMerge) {
+  const PairCase cases[] = {
+      // Sums 103 and 103.0000515 truncate alike, and 5e-7 < 1e-6.
+      {"same slot, within tolerance", {1, 0, 0}, {1.0 + 5e-7, 0, 0}, 1e-6, true},
+      // Weld(0) welds with 1e-6 all the same.
+      {"zero tolerance means 1e-6", {1, 0, 0}, {1.0 + 5e-7, 0, 0}, 0.0, true},
+      // 2e-6 apart: beyond 1e-6, within 1e-5; both sums truncate to 103.
+      {"beyond the floor", {1, 0, 0}, {1.0 + 2e-6, 0, 0}, 0.0, false},
+      {"within a wider tolerance", {1, 0, 0}, {1.0 + 2e-6, 0, 0}, 1e-5, true},
+      // Sums 102.999999 and 103.000001 land in different slots: closer than the tolerance,
+      // yet never compared.
+      {"neighbouring slots stay apart", {0.99999999, 0, 0}, {1.00000001, 0, 0}, 1e-6, false},
+      // Mirror images hash alike and are compared, but are far apart.
+      {"mirror images", {1, 2, 3}, {-1, 2, 3}, 1e-6, false},
+      // A box per axis, not a distance: 0.9e-6 on each axis is 1.56e-6 away, yet merges.
+      {"box, not sphere", {1, 1, 1}, {1 + 0.9e-6, 1 + 0.9e-6, 1 + 0.9e-6}, 1e-6, true},
+      // The comparison is strict: exactly the tolerance apart (2^-10, both sums truncate to
+      // 103) does not merge; twice that tolerance does.
+      {"strict box", {1, 0, 0}, {1.0 + 0x1p-10, 0, 0}, 0x1p-10, false},
+      {"strict box, wider", {1, 0, 0}, {1.0 + 0x1p-10, 0, 0}, 0x1p-9, true},
+  };
+  for (const PairCase& c : cases) {
+    TestMesh mesh = MeshOf({At(c.a.x, c.a.y, c.a.z), At(c.b.x, c.b.y, c.b.z)});
+    mesh.Weld(c.tolerance);
+    EXPECT_EQ(c.merge ? 1u : 2u, mesh.GetNumVertices()) << c.why;
+    EXPECT_EQ(c.a, mesh.vertices[0].pos) << c.why;
+  }
+}
+
+TEST(Weld, ProbeChainWrapsFromTheLastSlotToTheFirst) {
+  // Three vertices: 342 slots. 103 * 3.3155 truncates to 341, the last slot. The mirror image
+  // finds it taken and wraps to slot 0; its copy must follow the same chain to find it there.
+  const double x = 341.5 / 103.0;
+  TestMesh mesh = MeshOf({At(x, 0, 0), At(-x, 0, 0), At(-x, 0, 0)});
+  mesh.PushFace(KLY_Triangle(0, 1, 2));
+  mesh.Weld(1e-6);
+  ASSERT_EQ(2u, mesh.GetNumVertices());
+  EXPECT_EQ(-x, mesh.vertices[1].pos.x);
+  EXPECT_EQ(1u, mesh.triangles[0].indices[2]);
+}
+
+TEST(Weld, HugeAndNonFiniteCoordinatesDoNotBreakTheTable) {
+  // Sums beyond 64 bits (and NaN) truncate to the integer indefinite value, slot 0.
+  TestMesh mesh = MeshOf({At(1e300, 0, 0), At(NAN, 0, 0), At(1e300, 0, 0), At(INFINITY, 0, 0)});
+  mesh.Weld(1e-6);
+  // The two 1e300 merge; NaN never compares within the box; inf - inf is NaN too.
+  EXPECT_EQ(3u, mesh.GetNumVertices());
+}
+
+TEST(Weld, DoesNotDirtyACleanMesh) {
+  TestMesh mesh = MeshOf({At(0, 0, 0), At(0, 0, 0)});
+  mesh.Update();
+  mesh.Weld(1e-6);
+  EXPECT_FALSE(mesh.dirty);
+}
+
+// Property check on a random mesh with many exact duplicates, against a checker that knows
+// nothing of the table: every corner stays within the box of where it was, exact duplicates
+// always merge, and survivors are input vertices in order of first appearance.
+TEST(Weld, RandomMeshProperties) {
+  std::mt19937 random(7);
+  std::uniform_real_distribution<double> coordinate(-50.0, 50.0);
+  std::vector<KLY_Vertex> distinct;
+  for (int i = 0; i < 600; ++i) {
+    distinct.push_back(At(coordinate(random), coordinate(random), coordinate(random), i));
+  }
+  std::vector<KLY_Vertex> input;
+  std::uniform_int_distribution<size_t> pick(0, distinct.size() - 1);
+  for (int i = 0; i < 3000; ++i) input.push_back(distinct[pick(random)]);
+  TestMesh mesh = MeshOf(input);
+  for (uint32_t t = 0; t + 2 < input.size(); t += 3) mesh.PushFace(KLY_Triangle(t, t + 1, t + 2));
+  const double tolerance = 1e-3;
+  mesh.Weld(tolerance);
+
+  for (uint32_t t = 0; t < mesh.GetNumTriangles(); ++t) {
+    for (int k = 0; k < 3; ++k) {
+      const ORT_Vector3T<double>& was = input[3 * t + k].pos;
+      const ORT_Vector3T<double>& now = mesh.vertices[mesh.triangles[t].indices[k]].pos;
+      EXPECT_LT(std::fabs(was.x - now.x), tolerance);
+      EXPECT_LT(std::fabs(was.y - now.y), tolerance);
+      EXPECT_LT(std::fabs(was.z - now.z), tolerance);
+    }
+  }
+  // The random points are far apart, so each distinct point survives exactly once, in the
+  // order its first copy appeared.
+  std::vector<double> first_seen;
+  for (const KLY_Vertex& v : input) {
+    bool seen = false;
+    for (double u : first_seen) seen = seen || u == v.uv.x;
+    if (!seen) first_seen.push_back(v.uv.x);
+  }
+  ASSERT_EQ(first_seen.size(), mesh.GetNumVertices());
+  for (size_t i = 0; i < first_seen.size(); ++i) EXPECT_EQ(first_seen[i], mesh.vertices[i].uv.x);
+}
+
+}  // namespace

@@ -1,0 +1,71 @@
+// An independent validity checker for triangulations of planar straight-line graphs.
+//
+// It shares no code with the engine: every geometric decision goes through exact_sign.h. It
+// judges a result by what any correct constrained or conforming Delaunay triangulation of the
+// input must satisfy, and lists every violation it finds in plain words.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kly {
+namespace testing {
+
+// An engine input, numbered from 0: x, y pairs, vertex pairs, and x, y pairs of hole seeds.
+struct PlanarGraph {
+  std::vector<double> points;
+  std::vector<int32_t> segments;
+  std::vector<double> holes;
+  int32_t PointCount() const { return static_cast<int32_t>(points.size() / 2); }
+};
+
+// An engine output, numbered from 0. `neighbors` may be empty when it was not asked for.
+struct Triangulation {
+  std::vector<double> points;
+  std::vector<int32_t> corners;
+  std::vector<int32_t> neighbors;
+  std::vector<int32_t> segments;
+  int32_t PointCount() const { return static_cast<int32_t>(points.size() / 2); }
+  int32_t TriangleCount() const { return static_cast<int32_t>(corners.size() / 3); }
+};
+
+enum class TessKind {
+  kDelaunay,     // no segments: every edge locally Delaunay, the convex hull filled
+  kConstrained,  // segments forced in; vertices added only where segments cross
+  kConforming,   // segments split until no subsegment is encroached; every edge Delaunay
+};
+
+struct TessExpectation {
+  TessKind kind = TessKind::kDelaunay;
+  // Every input segment lies in the meshed domain (on its boundary or inside), so each must
+  // appear as a chain of triangle edges. False for graphs whose pieces may be carved away.
+  bool segments_in_domain = true;
+  // The domain is the even-odd interior of the segments (seeded holes carved): the centre of
+  // every triangle must lie inside it.
+  bool even_odd_domain = false;
+  // The domain's area; NaN leaves the area unchecked. See ConvexHullArea for "Qz" domains.
+  double area = 0.0 / 0.0;
+};
+
+// Everything found wrong with `out` as a triangulation of `in`; empty when it is valid.
+std::vector<std::string> CheckTriangulation(const PlanarGraph& in, const Triangulation& out,
+                                            const TessExpectation& expect);
+
+// Area of the convex hull of the finite input points (hull found with exact orientation).
+double ConvexHullArea(const std::vector<double>& points);
+
+// Area of the even-odd interior of closed, pairwise non-crossing polygons, each given as x, y
+// pairs: nested polygons alternate between filled and hole by their depth.
+double EvenOddArea(const std::vector<std::vector<double>>& polygons);
+
+// Whether (x, y) lies inside the even-odd interior of the graph's segments (exact test; a
+// point on a segment counts as neither and gives false).
+bool InsideEvenOdd(const PlanarGraph& graph, double x, double y);
+
+// Whether any two segments of `in` cross at a point interior to both (exact test; segments
+// through a vertex or overlapping collinearly do not count).
+bool SegmentsCross(const PlanarGraph& in);
+
+}  // namespace testing
+}  // namespace kly

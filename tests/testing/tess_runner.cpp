@@ -1,0 +1,56 @@
+#include "tests/testing/tess_runner.h"
+
+#include <cstring>
+
+#include "kly/tess/triangulate.h"
+
+namespace kly {
+namespace testing {
+namespace {
+
+template <class T>
+T* CopyIn(uint16_t site, const std::vector<T>& values) {
+  if (values.empty()) return nullptr;
+  auto* data = static_cast<T*>(TessAlloc(site, static_cast<uint32_t>(values.size() * sizeof(T))));
+  std::memcpy(data, values.data(), values.size() * sizeof(T));
+  return data;
+}
+
+template <class T>
+std::vector<T> CopyOut(const T* data, int32_t count) {
+  if (!data || count <= 0) return {};
+  return std::vector<T>(data, data + count);
+}
+
+// Frees both records however the scope is left.
+struct RecordPair {
+  TessRecord in{}, out{};
+  ~RecordPair() {
+    TessFreeRecord(&in);
+    TessFreeRecord(&out);
+  }
+};
+
+}  // namespace
+
+Triangulation RunEngine(const char* switches, const PlanarGraph& graph) {
+  RecordPair records;
+  // Sites 0, 1 and 2 are the ones the library's callers use for points, segments and holes.
+  records.in.points = CopyIn<double>(0, graph.points);
+  records.in.pointCount = graph.PointCount();
+  records.in.segments = CopyIn<int32_t>(1, graph.segments);
+  records.in.segmentCount = static_cast<int32_t>(graph.segments.size() / 2);
+  records.in.holes = CopyIn<double>(2, graph.holes);
+  records.in.holeCount = static_cast<int32_t>(graph.holes.size() / 2);
+  triangulate(switches, &records.in, &records.out, nullptr);
+  Triangulation result;
+  const TessRecord& out = records.out;
+  result.points = CopyOut(out.points, 2 * out.pointCount);
+  result.corners = CopyOut(out.corners, 3 * out.triangleCount);
+  result.neighbors = CopyOut(out.neighbors, 3 * out.triangleCount);
+  result.segments = CopyOut(out.segments, 2 * out.segmentCount);
+  return result;
+}
+
+}  // namespace testing
+}  // namespace kly

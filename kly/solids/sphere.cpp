@@ -43,21 +43,22 @@ Point EdgePoint(const Point& p, const Point& q) {
   return m;
 }
 
+// Triangle (A, B, C) into four, written to out[0..11] in the order of the next level.
+void SplitTriangle(const Point& A, const Point& B, const Point& C, Point* out) {
+  const Point mac = EdgePoint(A, C);
+  const Point mab = EdgePoint(A, B);
+  const Point mbc = EdgePoint(C, B);
+  out[0] = A, out[1] = mab, out[2] = mac;
+  out[3] = mab, out[4] = B, out[5] = mbc;
+  out[6] = mac, out[7] = mab, out[8] = mbc;
+  out[9] = mac, out[10] = mbc, out[11] = C;
+}
+
 // One round: every triangle into four. `next` is sized exactly, once.
 std::vector<Point> SubdivideOnce(const std::vector<Point>& points) {
   std::vector<Point> next(points.size() * 4);
-  Point* out = next.data();
   for (size_t t = 0; t < points.size(); t += 3) {
-    const Point& A = points[t];
-    const Point& B = points[t + 1];
-    const Point& C = points[t + 2];
-    const Point mac = EdgePoint(A, C);
-    const Point mab = EdgePoint(A, B);
-    const Point mbc = EdgePoint(C, B);
-    *out++ = A, *out++ = mab, *out++ = mac;
-    *out++ = mab, *out++ = B, *out++ = mbc;
-    *out++ = mac, *out++ = mab, *out++ = mbc;
-    *out++ = mac, *out++ = mbc, *out++ = C;
+    SplitTriangle(points[t], points[t + 1], points[t + 2], &next[4 * t]);
   }
   return next;
 }
@@ -130,18 +131,16 @@ void KLY_Sphere::BuildGeometry() {
     if (Subdivisions > kMaxSubdivisions - 1) Subdivisions = kMaxSubdivisions;
 
     points.assign(&kBaseTable[0][0], &kBaseTable[0][0] + 3 * kBaseTriangles);
-    for (uint32_t round = 0; round < Subdivisions; ++round) {
+    // All rounds but the last go through arrays; the last one feeds the vertices directly,
+    // which spares the largest array (its points are used once, in order).
+    for (uint32_t round = 1; round < Subdivisions; ++round) {
       std::vector<Point> next = SubdivideOnce(points);
       points.swap(next);  // the previous level is released here, before the next round
     }
 
-    const size_t point_count = points.size();
     const bool shaped = Power.x != 1.0 || Power.y != 1.0 || Power.z != 1.0;
-    vertices.reserve(point_count);
-    for (size_t k = 0; k < point_count; ++k) {
-      Point p = points[k];
+    auto append_vertex = [this, shaped](Point p) {
       if (shaped) p = {Shape(p.x, Power.x), Shape(p.y, Power.y), Shape(p.z, Power.z)};
-
       KLY_Vertex v;
       const double theta = std::acos(Clamp(p.y, -1.0, 1.0));
       const double V = 1.0 - theta / kPi;
@@ -156,6 +155,18 @@ void KLY_Sphere::BuildGeometry() {
       KLY_Normalize(v.normal);
       v.pos = {p.x * Radius.x, p.y * Radius.y, p.z * Radius.z};  // pos_w stays 0 here
       vertices.push_back(v);
+    };
+
+    const size_t point_count = points.size() * (Subdivisions == 0 ? 1 : 4);
+    vertices.reserve(point_count);
+    if (Subdivisions == 0) {
+      for (const Point& p : points) append_vertex(p);
+    } else {
+      Point four[12];
+      for (size_t t = 0; t < points.size(); t += 3) {
+        SplitTriangle(points[t], points[t + 1], points[t + 2], four);
+        for (const Point& p : four) append_vertex(p);
+      }
     }
     points = std::vector<Point>();
 

@@ -125,6 +125,15 @@ class KLY_Mesh : public KLY_Geometry {
   // Stores the unit face normal of a triangle; 4363 for a degenerate one.
   void ComputeFaceNormal(uint32_t triangle);
 
+ private:
+  // Render options, bounds, flags, type, materials, facet and transform; not the geometry.
+  void CopyAllButGeometryTo(KLY_Mesh& out) const;
+  // Writes this mesh, each vertex moved by `move`, into `out` with fresh bounds and face
+  // normals, and remembers `matrix` there.
+  template <class MoveVertex>
+  void WriteMovedMesh(const ORT_Matrix4& matrix, KLY_Mesh& out, MoveVertex move) const;
+
+ protected:
   std::vector<KLY_Vertex> vertices;
   std::vector<KLY_Triangle> triangles;
   bool facet = false;

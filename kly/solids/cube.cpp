@@ -67,6 +67,7 @@ void KLY_Cube::VertexGeom(const ORT_Vector3T<double>& position, const ORT_Vector
   // The clamp guards rounding only.
   v.uv = {std::min(1.0, static_cast<double>(i) / n), std::min(1.0, static_cast<double>(j) / n)};
   v.normal = normal;
+  v.singular = false;
 }
 
 void KLY_Cube::FaceGeom(uint32_t i, uint32_t j, uint32_t triangle, uint32_t base,
@@ -83,7 +84,10 @@ void KLY_Cube::FaceGeom(uint32_t i, uint32_t j, uint32_t triangle, uint32_t base
 
 void KLY_Cube::BuildGeometry() {
   const uint32_t n = Divisions;
-  KLY_Mesh::ClearGeometry();
+  // Rebuilt in place rather than cleared and refilled: every vertex and triangle is written
+  // in full below (singular included), so the result is that of a fresh build, and a rebuild
+  // of the same size touches each array once.
+  dirty = true;
   const uint32_t per_face_vertices = (n + 1) * (n + 1);
   const uint32_t per_face_triangles = 2 * n * n;
   vertices.resize(kNumFaces * per_face_vertices);

@@ -109,6 +109,41 @@ TEST(Transform, FacetedMeshGetsFreshFaceNormals) {
   EXPECT_EQ((ORT_Vector3T<double>{0, 0, 1}), n);
 }
 
+TEST(Transform, FailingFaceNormalLeavesOutDirtyWithTheLaterTrianglesUntouched) {
+  TestMesh mesh = OneTriangle();
+  mesh.SetFacet(true);
+  KLY_Vertex far;
+  far.SetPos({5, 5, 5});
+  mesh.PushVertex(far);
+  mesh.PushFace(KLY_Triangle(3, 3, 3));  // degenerate: fails
+  KLY_Triangle last(0, 2, 1);
+  last.SetNormal({7, 7, 7});
+  mesh.PushFace(last);
+  TestMesh out;
+  kly::testing::ReportCapture capture;
+  EXPECT_EQ(KLY_kErrNormalisation,
+            kly::testing::ThrownNumber([&] { mesh.Transform(ORT_Identity4(), &out); }));
+  EXPECT_TRUE(out.dirty);
+  ASSERT_EQ(3u, out.GetNumTriangles());
+  EXPECT_EQ((ORT_Vector3T<double>{0, 0, -1}), out.triangles[0].normal);  // before the failure
+  EXPECT_EQ((ORT_Vector3T<double>{7, 7, 7}), out.triangles[2].normal);   // copied, untouched
+  EXPECT_EQ(2u, out.triangles[2].indices[1]);
+  KLY_Bounds b;
+  out.GetLocalBounds(b);
+  EXPECT_EQ(5.0, b.max_z);  // the new bounds are in place
+}
+
+TEST(Transform, OutputOfAnotherSizeIsReplacedWhole) {
+  const TestMesh mesh = OneTriangle();
+  TestMesh out;
+  for (int i = 0; i < 10; ++i) out.PushVertex(KLY_Vertex());
+  out.AddMaterial(KLY_Material());
+  mesh.Transform(ORT_Identity4(), &out);
+  EXPECT_EQ(3u, out.GetNumVertices());
+  EXPECT_EQ(1u, out.GetNumTriangles());
+  EXPECT_EQ(0u, out.NumMaterials());
+}
+
 TEST(Project, MovesPositionsOnlyAndKeepsNormalsBitForBit) {
   TestMesh mesh = OneTriangle();
   mesh.vertices[0].SetNormal({0.1, 0.2, 0.3});

@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Installs everything KLY needs to build, test, benchmark and fuzz (Debian packages).
+set -euo pipefail
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -qq
+$SUDO apt-get install -y -qq --no-install-recommends \
+  build-essential cmake git pkg-config clang libclang-rt-14-dev \
+  libgtest-dev libgmock-dev libbenchmark-dev \
+  libboost-dev libfreetype-dev libpolyclipping-dev libharfbuzz-dev fonts-dejavu-core \
+  libcli11-dev libtinygltf-dev nlohmann-json3-dev libcgal-dev >/dev/null

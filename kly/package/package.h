@@ -20,7 +20,6 @@ int32_t KLY_CheckVersions(uint32_t report_id, uint32_t header_version);
 uint32_t KLY_PkgObjectVersion();
 // Reports "KLY: <text>" under 0x580001. Never throws.
 void KLY_Message(const char* text);
-}
-
 // Reports "KLY: <text>" under 0x580000 | report_sub, then throws `code` as an int32_t.
 [[noreturn]] void KLY_Error(int32_t code, const char* text, uint16_t report_sub);
+}

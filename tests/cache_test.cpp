@@ -173,7 +173,7 @@ TEST_F(GeometryCacheTest, RemoveDoesNotLowerTheTotal) {
   Cache::RemoveCachedGeometry(key);
   EXPECT_FALSE(Holds(1));
   EXPECT_EQ(mesh.use_count(), 1);
-  // Kept as designed: the total overstates the cache until the next clear.
+  // Kept on purpose: the total overstates the cache until the next clear.
   EXPECT_EQ(Cache::GetTotalByteCount(), 280u);
   EXPECT_EQ(Cache::GetUnlockedByteCount(), 0u);
   Cache::Clear();

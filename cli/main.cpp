@@ -1,0 +1,66 @@
+// `kly`: builds the library's solids from the command line and writes them as .glb, .obj, .stl
+// or .ply. Every failure ends in one line on stderr and a non-zero exit: 2 for a command line
+// that does not parse, 1 for anything that goes wrong after.
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <new>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/commands/cube_command.h"
+#include "cli/commands/cylinder_command.h"
+#include "cli/commands/plane_command.h"
+#include "cli/commands/sphere_command.h"
+#include "cli/runtime/failure_text.h"
+#include "cli/runtime/library_session.h"
+
+namespace {
+
+constexpr int kExitFailure = 1;
+constexpr int kExitUsage = 2;
+
+int Fail(const std::string& line) {
+  std::fprintf(stderr, "kly: %s\n", line.c_str());
+  return kExitFailure;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app(
+      "Builds a solid and writes it by the output's extension: .glb (glTF 2.0 binary), .obj, "
+      ".stl or .ply. Files have +Y up, +Z toward the viewer and counter-clockwise front "
+      "faces. Run 'kly COMMAND --help' for the options of a command.",
+      "kly");
+  app.require_subcommand(1);
+  app.get_formatter()->column_width(32);
+  kly::cli::AddCubeCommand(app);
+  kly::cli::AddSphereCommand(app);
+  kly::cli::AddCylinderCommand(app);
+  kly::cli::AddPlaneCommand(app);
+
+  std::unique_ptr<kly::cli::LibrarySession> session;
+  try {
+    session = std::make_unique<kly::cli::LibrarySession>();
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    if (e.get_exit_code() == 0) return app.exit(e);
+    std::fprintf(stderr, "kly: %s (see kly --help)\n", e.what());
+    return kExitUsage;
+  } catch (const kly::cli::LibraryFailure& e) {
+    return Fail(e.Stage() +
+                " failed: " + kly::cli::DescribeFailure(e.Number(), session->LastReport()));
+  } catch (int32_t number) {
+    return Fail(kly::cli::DescribeFailure(number, session ? session->LastReport() : ""));
+  } catch (const std::bad_alloc&) {
+    return Fail("out of memory");
+  } catch (const std::exception& e) {
+    return Fail(e.what());
+  }
+  for (const std::string& report : session->Reports()) {
+    std::fprintf(stderr, "kly: the library reported: %s\n", report.c_str());
+  }
+  return 0;
+}

@@ -1,7 +1,8 @@
 // The adaptive stages of the predicates. Each stage either proves the sign of the estimate it
 // has, against an error bound scaled from the first stage's magnitude, or adds the next order
-// of roundoff terms; the last stage is exact. The stage structure and bounds follow
-// Shewchuk's published adaptive predicates.
+// of roundoff terms; the last stage is exact. The stage structure and the error bounds are
+// those of the published adaptive-precision predicates; the bounds' proofs assume the strict
+// double arithmetic that exact_arithmetic.cpp checks for.
 #include "kly/tess/predicates.h"
 
 #include <cmath>

@@ -1,3 +1,8 @@
+// Before the includes, so that the inline expansion arithmetic is covered too.
+#if defined(__clang__)
+#pragma clang fp contract(off)
+#endif
+
 #include "kly/tess/exact_arithmetic.h"
 
 #include <cfloat>
@@ -16,9 +21,6 @@ static_assert(FLT_EVAL_METHOD == 0,
               "the exact predicates need double intermediates (SSE2, not x87 extended precision)");
 #if defined(__FAST_MATH__)
 #error "the exact predicates must not be built with -ffast-math"
-#endif
-#if defined(__clang__)
-#pragma clang fp contract(off)
 #endif
 
 namespace tess_exact {

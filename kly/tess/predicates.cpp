@@ -3,14 +3,16 @@
 // of roundoff terms; the last stage is exact. The stage structure and the error bounds are
 // those of the published adaptive-precision predicates; the bounds' proofs assume the strict
 // double arithmetic that exact_arithmetic.cpp checks for.
+
+// Before the includes, so that the inline expansion arithmetic is covered too.
+#if defined(__clang__)
+#pragma clang fp contract(off)
+#endif
+
 #include "kly/tess/predicates.h"
 
 #include <cmath>
 #include <utility>
-
-#if defined(__clang__)
-#pragma clang fp contract(off)
-#endif
 
 namespace {
 

@@ -42,7 +42,11 @@ void AddPlaneCommand(CLI::App& app) {
       ->add_option("--curvature-axis", settings->axis,
                    "Axis the sheet bends along: x curls the width (the arc's axis runs along "
                    "y), y curls the height")
-      ->check(CLI::IsMember({"x", "y"}))
+      ->check(
+          [](const std::string& axis) {
+            return axis == "x" || axis == "y" ? std::string() : "'" + axis + "' is not x or y";
+          },
+          "")
       ->type_name("x|y")
       ->default_str("x");
   AddMeshOptions(*command, settings->mesh);

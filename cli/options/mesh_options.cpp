@@ -34,8 +34,9 @@ void AddMeshOptions(CLI::App& app, MeshOptions& options) {
         options.weld = true;
         options.weld_tolerance = tolerance;
       },
-      "Merge vertices closer than TOL on every axis (at least 1e-6; the first vertex of a "
-      "cluster keeps its normal and UV, so seams close). Default: no welding")
+      "Merge vertices closer than TOL on every axis (at least 1e-6). Only positions count: the "
+      "first vertex of a cluster keeps its normal and UV, so texture seams and hard edges "
+      "are lost. Default: no welding")
       ->type_name("TOL");
   app.add_flag("--subdivide", options.subdivide_rounds,
                "Split every triangle in four at its edge midpoints, then weld them; repeat the "

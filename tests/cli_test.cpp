@@ -1,0 +1,457 @@
+// The `kly` program as a user meets it: run as a subprocess in a fresh folder, its exit code,
+// its stderr and the files it leaves are checked. Expected counts come from the solids' rules,
+// derived in the comments.
+#include <gtest/gtest.h>
+
+#include <tiny_gltf.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Outcome {
+  int exit_code;
+  std::string out;
+  std::string err;
+};
+
+std::string Contents(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+class CliTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (fs::temp_directory_path() / "kly_cli_XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    root_ = pattern;
+    work_ = root_ / "work";
+    fs::create_directory(work_);
+  }
+  void TearDown() override { fs::remove_all(root_); }
+
+  // Runs kly with `args` in the work folder; its output goes to files beside that folder, so
+  // the folder holds only what kly wrote.
+  Outcome Kly(const std::vector<std::string>& args) {
+    const fs::path out = root_ / "stdout";
+    const fs::path err = root_ / "stderr";
+    const pid_t child = fork();
+    if (child == 0) {
+      const int out_fd = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+      const int err_fd = open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+      if (out_fd < 0 || err_fd < 0 || dup2(out_fd, 1) < 0 || dup2(err_fd, 2) < 0 ||
+          chdir(work_.c_str()) != 0) {
+        _exit(127);
+      }
+      std::vector<char*> argv;
+      argv.push_back(const_cast<char*>(KLY_CLI_PATH));
+      for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+      argv.push_back(nullptr);
+      execv(KLY_CLI_PATH, argv.data());
+      _exit(127);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return Outcome{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), Contents(out),
+                   Contents(err)};
+  }
+
+  std::vector<std::string> Entries() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(work_)) {
+      names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  fs::path root_;
+  fs::path work_;
+};
+
+using Vec3 = std::array<double, 3>;
+
+// Vertices and triangles of a written file, with the file's positions and normals, read by
+// code that shares nothing with the writers. STL has no shared vertices: `vertices` is 0.
+struct Counts {
+  size_t vertices = 0;
+  size_t triangles = 0;
+  std::vector<Vec3> positions;
+  std::vector<Vec3> normals;
+  std::vector<std::array<uint32_t, 3>> corners;
+  std::vector<std::string> materials;
+};
+
+std::vector<Vec3> Floats3(const tinygltf::Model& model, int accessor_index) {
+  const tinygltf::Accessor& accessor = model.accessors[accessor_index];
+  const tinygltf::BufferView& view = model.bufferViews[accessor.bufferView];
+  std::vector<Vec3> values(accessor.count);
+  for (size_t i = 0; i < accessor.count; ++i) {
+    float f[3];
+    std::memcpy(f, model.buffers[0].data.data() + view.byteOffset + accessor.byteOffset + 12 * i,
+                12);
+    values[i] = {f[0], f[1], f[2]};
+  }
+  return values;
+}
+
+Counts ReadGlb(const fs::path& path) {
+  tinygltf::Model model;
+  tinygltf::TinyGLTF loader;
+  std::string error;
+  std::string warning;
+  EXPECT_TRUE(loader.LoadBinaryFromFile(&model, &error, &warning, path.string())) << error;
+  Counts counts;
+  for (const tinygltf::Material& material : model.materials) {
+    counts.materials.push_back(material.name);
+  }
+  if (model.meshes.empty()) return counts;
+  const tinygltf::Primitive& first = model.meshes.at(0).primitives.at(0);
+  counts.positions = Floats3(model, first.attributes.at("POSITION"));
+  counts.normals = Floats3(model, first.attributes.at("NORMAL"));
+  counts.vertices = counts.positions.size();
+  for (const tinygltf::Primitive& primitive : model.meshes[0].primitives) {
+    const tinygltf::Accessor& accessor = model.accessors[primitive.indices];
+    const tinygltf::BufferView& view = model.bufferViews[accessor.bufferView];
+    for (size_t i = 0; i < accessor.count; i += 3) {
+      std::array<uint32_t, 3> tri;
+      std::memcpy(tri.data(),
+                  model.buffers[0].data.data() + view.byteOffset + accessor.byteOffset + 4 * i, 12);
+      counts.corners.push_back(tri);
+    }
+  }
+  counts.triangles = counts.corners.size();
+  return counts;
+}
+
+Counts ReadObj(const fs::path& path) {
+  Counts counts;
+  std::istringstream lines(Contents(path));
+  std::string line;
+  while (std::getline(lines, line)) {
+    std::istringstream words(line);
+    std::string kind;
+    words >> kind;
+    Vec3 v;
+    if (kind == "v" && words >> v[0] >> v[1] >> v[2]) counts.positions.push_back(v);
+    if (kind == "vn" && words >> v[0] >> v[1] >> v[2]) counts.normals.push_back(v);
+    if (kind == "f") {
+      std::array<uint32_t, 3> tri;
+      for (uint32_t& index : tri) {
+        std::string corner;
+        words >> corner;
+        index = static_cast<uint32_t>(std::stoul(corner)) - 1;
+      }
+      counts.corners.push_back(tri);
+    }
+  }
+  counts.vertices = counts.positions.size();
+  counts.triangles = counts.corners.size();
+  return counts;
+}
+
+// Element counts from the header alone.
+Counts ReadPly(const fs::path& path) {
+  Counts counts;
+  std::istringstream lines(Contents(path));
+  std::string line;
+  while (std::getline(lines, line) && line != "end_header") {
+    std::istringstream words(line);
+    std::string kind;
+    std::string name;
+    size_t count = 0;
+    words >> kind >> name >> count;
+    if (kind == "element") (name == "vertex" ? counts.vertices : counts.triangles) = count;
+  }
+  return counts;
+}
+
+Counts ReadStl(const fs::path& path) {
+  const std::string bytes = Contents(path);
+  Counts counts;
+  uint32_t triangles = 0;
+  if (bytes.size() >= 84) std::memcpy(&triangles, bytes.data() + 80, 4);
+  EXPECT_EQ(bytes.size(), 84u + 50u * triangles);
+  counts.triangles = triangles;
+  return counts;
+}
+
+Counts Read(const fs::path& path) {
+  const std::string extension = path.extension().string();
+  if (extension == ".glb") return ReadGlb(path);
+  if (extension == ".obj") return ReadObj(path);
+  if (extension == ".ply") return ReadPly(path);
+  return ReadStl(path);
+}
+
+Vec3 Cross(const Vec3& a, const Vec3& b) {
+  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+double Dot(const Vec3& a, const Vec3& b) {
+  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+Vec3 Minus(const Vec3& a, const Vec3& b) {
+  return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+}
+
+TEST_F(CliTest, CubeFromTheIssueOpensLitFromOutside) {
+  const Outcome run = Kly({"cube", "--dimensions", "1,2,3", "--divisions", "8", "-o", "cube.glb"});
+  ASSERT_EQ(run.exit_code, 0) << run.err;
+  EXPECT_EQ(run.err, "");
+  EXPECT_EQ(Entries(), std::vector<std::string>{"cube.glb"});
+  const Counts cube = ReadGlb(work_ / "cube.glb");
+  // n = 8: six faces of 9 x 9 vertices and 2 * 8 * 8 triangles each.
+  EXPECT_EQ(cube.vertices, 6u * 81u);
+  EXPECT_EQ(cube.triangles, 6u * 128u);
+  EXPECT_EQ(cube.materials,
+            (std::vector<std::string>{"front", "back", "left", "right", "top", "bottom"}));
+  for (const auto& tri : cube.corners) {
+    const Vec3& p0 = cube.positions[tri[0]];
+    const Vec3 cross = Cross(Minus(cube.positions[tri[1]], p0), Minus(cube.positions[tri[2]], p0));
+    // Convex about the origin: a front face seen from outside points away from it, and so does
+    // each corner's normal.
+    EXPECT_GT(Dot(cross, p0), 0.0);
+    for (uint32_t index : tri) EXPECT_GT(Dot(cross, cube.normals[index]), 0.0);
+  }
+}
+
+TEST_F(CliTest, HelpListsEveryOptionWithItsDefault) {
+  const Outcome top = Kly({"--help"});
+  EXPECT_EQ(top.exit_code, 0);
+  for (const char* command : {"cube", "sphere", "cylinder", "plane"}) {
+    EXPECT_NE(top.out.find(command), std::string::npos) << command;
+  }
+  // The solids' defaults, as "option TYPE=default"; flags state their default in words.
+  const std::vector<std::pair<std::string, std::vector<std::string>>> expected = {
+      {"cube", {"--dimensions X,Y,Z=1,1,1", "--divisions N=4"}},
+      {"sphere", {"--radius X,Y,Z=1,1,1", "--power X,Y,Z=1,1,1", "--subdivisions N=3"}},
+      {"cylinder",
+       {"--top-radius NUMBER=1", "--bottom-radius NUMBER=1", "--height NUMBER=1",
+        "--radial-divisions N=8", "--height-divisions N=1", "--radial-power NUMBER=1",
+        "--petals N=1", "--petal-amplitude NUMBER=0", "--petal-power NUMBER=1", "--no-cap"}},
+      {"plane",
+       {"--dimensions W,H=1,1", "--divisions-x N=4", "--divisions-y N=4", "--curvature NUMBER=0",
+        "--curvature-axis x|y=x"}},
+  };
+  const std::vector<std::string> mesh_options = {
+      "-o,--output PATH", "--weld TOL",          "--subdivide",      "--split A,B,C,D",
+      "--facet",          "Default: no welding", "Default: no split"};
+  for (const auto& command : expected) {
+    const Outcome help = Kly({command.first, "--help"});
+    EXPECT_EQ(help.exit_code, 0);
+    for (const std::string& option : command.second) {
+      EXPECT_NE(help.out.find(option), std::string::npos) << command.first << " " << option;
+    }
+    for (const std::string& option : mesh_options) {
+      EXPECT_NE(help.out.find(option), std::string::npos) << command.first << " " << option;
+    }
+  }
+}
+
+TEST_F(CliTest, BadInputGivesOneLineAndLeavesNoFile) {
+  struct Case {
+    std::vector<std::string> args;
+    const char* message;
+    int exit_code;
+  };
+  const Case cases[] = {
+      {{"cube", "--frobnicate", "-o", "x.glb"}, "--frobnicate", 2},
+      {{"cube", "--dimensions", "1,x,3", "-o", "x.glb"}, "--dimensions: 'x' is not a number", 2},
+      {{"cube", "--dimensions", "1,2", "-o", "x.glb"}, "'1,2' has 2 numbers; expected 3", 2},
+      {{"cube", "--dimensions", "1,,3", "-o", "x.glb"}, "has an empty component", 2},
+      {{"cube", "--dimensions", "nan,1,1", "-o", "x.glb"}, "'nan' is not a number", 2},
+      {{"cube", "--divisions", "-3", "-o", "x.glb"}, "--divisions: '-3' is negative", 2},
+      {{"cube", "--divisions", "2.5", "-o", "x.glb"}, "'2.5' is not a whole number", 2},
+      {{"cube", "--divisions", "0", "-o", "x.glb"}, "'0' is too small", 2},
+      {{"cube", "-o", "x.gltf"}, "use .glb, .obj, .stl or .ply", 2},
+      {{"cube"}, "--output is required", 2},
+      {{}, "A subcommand is required", 2},
+      {{"cube", "--weld", "-1", "-o", "x.glb"}, "--weld: a tolerance must not be negative", 2},
+      {{"cube", "--split", "0,0,0,1", "-o", "x.glb"},
+       "the plane's normal A,B,C must not be zero",
+       2},
+      {{"cylinder", "--radial-divisions", "2", "-o", "x.glb"}, "'2' is too small", 2},
+      {{"plane", "--curvature-axis", "z", "-o", "x.glb"}, "--curvature-axis", 2},
+      {{"cube", "-o", "missing/x.glb"}, "cannot write 'missing/x.glb': No such file", 1},
+      {{"cube", "-o", "."}, "no extension", 2},
+      // 12 * 5000^2 = 300,000,000 triangles.
+      {{"cube", "--divisions", "5000", "-o", "x.glb"}, "would have 300000000 triangles", 1},
+      // Radii of 1e30 make every normal's squared length 1e-60, below the library's 1e-48.
+      {{"sphere", "--radius", "1e30,1e30,1e30", "-o", "x.glb"},
+       "building sphere (3 subdivisions) failed: failure 4363 (a vector of zero length could not "
+       "be normalised): ",
+       1},
+      // Powers below 0.001 send every point to a corner: whole triangles collapse, and a
+      // faceted mesh cannot take their face normals.
+      {{"sphere", "--facet", "--power", "0.0001,0.0001,0.0001", "-o", "x.glb"}, "failure 4363", 1},
+  };
+  for (const Case& c : cases) {
+    std::string shown;
+    for (const std::string& arg : c.args) shown += arg + " ";
+    SCOPED_TRACE(shown);
+    const Outcome run = Kly(c.args);
+    EXPECT_EQ(run.exit_code, c.exit_code);
+    EXPECT_EQ(run.err.rfind("kly: ", 0), 0u) << run.err;
+    EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+    EXPECT_NE(run.err.find(c.message), std::string::npos) << run.err;
+    EXPECT_EQ(Entries(), std::vector<std::string>{}) << "left behind";
+  }
+}
+
+TEST_F(CliTest, EverySolidInEveryFormat) {
+  struct Case {
+    std::vector<std::string> args;
+    size_t vertices;
+    size_t triangles;
+  };
+  const Case cases[] = {
+      // Divisions 4: 6 * 5^2 vertices, 12 * 4^2 triangles.
+      {{"cube"}, 150, 192},
+      // 3 rounds: 10 * 4^3 triangles, three vertices of their own each.
+      {{"sphere"}, 1920, 640},
+      // Superquadric: the same counts as the ellipsoid.
+      {{"sphere", "--power", "0.3,0.5,0.3", "--radius", "1,2,1"}, 1920, 640},
+      // No caps, 8 x 1 divisions: (1 + 1) * (8 + 1) side vertices, 2 * 8 triangles.
+      {{"cylinder", "--no-cap"}, 18, 16},
+      // Petals keep the side's counts: 64 x 2 divisions give 3 * 65 vertices, 2 * 128 triangles.
+      {{"cylinder", "--no-cap", "--petals", "5", "--petal-amplitude", "0.3", "--radial-divisions",
+        "64", "--height-divisions", "2"},
+       195,
+       256},
+      // 4 x 4 quads: 5 * 5 vertices, 32 triangles; bending keeps them.
+      {{"plane"}, 25, 32},
+      {{"plane", "--curvature", "0.7", "--curvature-axis", "y"}, 25, 32},
+  };
+  for (const Case& c : cases) {
+    for (const char* extension : {".glb", ".obj", ".ply", ".stl"}) {
+      SCOPED_TRACE(c.args[0] + extension);
+      std::vector<std::string> args = c.args;
+      const std::string name = std::string("solid") + extension;
+      args.insert(args.end(), {"-o", name});
+      const Outcome run = Kly(args);
+      ASSERT_EQ(run.exit_code, 0) << run.err;
+      const Counts counts = Read(work_ / name);
+      EXPECT_EQ(counts.triangles, c.triangles);
+      if (std::string(extension) != ".stl") {
+        EXPECT_EQ(counts.vertices, c.vertices);
+      }
+      fs::remove(work_ / name);
+    }
+  }
+}
+
+TEST_F(CliTest, CappedCylinderHasSideAndCapSlots) {
+  const Outcome run = Kly({"cylinder", "--radial-power", "0.4", "-o", "c.glb"});
+  ASSERT_EQ(run.exit_code, 0) << run.err;
+  const Counts counts = ReadGlb(work_ / "c.glb");
+  EXPECT_EQ(counts.materials, (std::vector<std::string>{"side", "caps"}));
+  // The side's 16 triangles, and at least the 6 an octagon needs in each cap.
+  EXPECT_GE(counts.triangles, 16u + 2u * 6u);
+}
+
+TEST_F(CliTest, SplitWritesBothHalvesUnderTaggedNames) {
+  // The default cube's grid lines lie at z = -1, -0.5, 0, 0.5, 1, so the plane z = 0 cuts no
+  // triangle: the front half has the +Z face (32) and half of each of the four side faces
+  // (4 * 16); the back half the same.
+  const Outcome run = Kly({"cube", "--split", "0,0,1,0", "-o", "c.glb"});
+  ASSERT_EQ(run.exit_code, 0) << run.err;
+  EXPECT_EQ(Entries(), (std::vector<std::string>{"c.back.glb", "c.front.glb"}));
+  const Counts front = ReadGlb(work_ / "c.front.glb");
+  const Counts back = ReadGlb(work_ / "c.back.glb");
+  EXPECT_EQ(front.triangles, 96u);
+  EXPECT_EQ(back.triangles, 96u);
+  for (const auto& tri : front.corners) {
+    for (uint32_t index : tri) EXPECT_GE(front.positions[index][2], 0.0);
+  }
+  for (const auto& tri : back.corners) {
+    for (uint32_t index : tri) EXPECT_LE(back.positions[index][2], 0.0);
+  }
+  // The plane hangs below the origin in the file (y from 0 to -1); y = -0.5 is its middle grid
+  // line, so each side keeps two rows of four quads.
+  const Outcome plane = Kly({"plane", "--split", "0,1,0,0.5", "-o", "p.obj"});
+  ASSERT_EQ(plane.exit_code, 0) << plane.err;
+  const Counts upper = ReadObj(work_ / "p.front.obj");
+  EXPECT_EQ(upper.triangles, 16u);
+  for (const auto& tri : upper.corners) {
+    for (uint32_t index : tri) EXPECT_GE(upper.positions[index][1], -0.5);
+  }
+  EXPECT_EQ(ReadObj(work_ / "p.back.obj").triangles, 16u);
+}
+
+TEST_F(CliTest, MeshOptionsFollowTheLibrarysCounts) {
+  struct Case {
+    std::vector<std::string> args;
+    size_t vertices;
+    size_t triangles;
+  };
+  const Case cases[] = {
+      // Welding merges by position alone: the 24 corner vertices of a one-division cube fall
+      // onto the 8 corners.
+      {{"cube", "--divisions", "1", "--weld", "0.001"}, 8, 12},
+      // One round: 4 * 12 triangles. The closing weld merges every equal position, across
+      // faces too: 8 corners, 12 edge midpoints and 6 face centres (each face's diagonal).
+      {{"cube", "--divisions", "1", "--subdivide"}, 26, 48},
+      // Two rounds: 4 * 48 triangles; each face is then a 5 x 5 grid of positions, and the
+      // closed surface has 6 * 25 - 12 * 5 + 8 = 98 of them.
+      {{"cube", "--divisions", "1", "--subdivide", "--subdivide"}, 98, 192},
+      // Flat shading: three corners of its own for each of the 12 triangles.
+      {{"cube", "--divisions", "1", "--facet"}, 36, 12},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.args.back());
+    std::vector<std::string> args = c.args;
+    args.insert(args.end(), {"-o", "m.ply"});
+    const Outcome run = Kly(args);
+    ASSERT_EQ(run.exit_code, 0) << run.err;
+    const Counts counts = ReadPly(work_ / "m.ply");
+    EXPECT_EQ(counts.vertices, c.vertices);
+    EXPECT_EQ(counts.triangles, c.triangles);
+  }
+}
+
+TEST_F(CliTest, BentPlaneBulgesAwayFromTheViewer) {
+  // Curvature 1 on the default plane: a half cylinder of radius 0.5 whose middle column lies
+  // 0.5 behind the corners, away from the viewer, so -0.5 on the file's z; the normals stay on
+  // the viewer's side (z >= 0), continuous with the flat sheet's (0, 0, 1).
+  const Outcome run = Kly({"plane", "--curvature", "1", "-o", "p.obj"});
+  ASSERT_EQ(run.exit_code, 0) << run.err;
+  const Counts plane = ReadObj(work_ / "p.obj");
+  double lowest = 0.0;
+  for (const Vec3& p : plane.positions) lowest = std::min(lowest, p[2]);
+  EXPECT_NEAR(lowest, -0.5, 1e-6);
+  for (const Vec3& n : plane.normals) EXPECT_GE(n[2], -1e-6);
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+
+TEST_F(CliTest, LargestSphereBuildsAndShowsProgress) {
+  if (kSanitized) GTEST_SKIP() << "10.5 M triangles take too long under the sanitizers";
+  // Rounds above 10 are built as 10: 10 * 4^10 = 10,485,760 triangles.
+  const Outcome run = Kly({"sphere", "--subdivisions", "11", "-o", "s.stl"});
+  ASSERT_EQ(run.exit_code, 0) << run.err;
+  EXPECT_NE(run.err.find("kly: building sphere (10 subdivisions)...\n"), std::string::npos)
+      << run.err;
+  EXPECT_NE(run.err.find("kly: building sphere (10 subdivisions) took "), std::string::npos)
+      << run.err;
+  EXPECT_EQ(fs::file_size(work_ / "s.stl"), 84u + 50u * 10485760u);
+}
+
+}  // namespace

@@ -148,7 +148,7 @@ TEST(TessChecker, RejectsEachBrokenTriangulationForItsFault) {
                    {0, 1, 1, 2, 2, 3, 3, 0, 4, 5, 5, 6, 6, 7, 7, 4},
                    {2, 2}};
   TessExpectation ring_expect = Expect(TessKind::kConstrained, 12.0);
-  ring_expect.even_odd_domain = true;
+  ring_expect.domain_boundary = ring.segments;
   const std::vector<BrokenCase> cases = {
       {"flipped triangle",
        Quad(),
@@ -230,7 +230,7 @@ TEST(TessChecker, AcceptsTheRingWithItsHoleCarved) {
                     {},
                     ring.segments};
   TessExpectation e = Expect(TessKind::kConstrained, 12.0);  // 16 - 4
-  e.even_odd_domain = true;
+  e.domain_boundary = ring.segments;
   EXPECT_TRUE(CheckTriangulation(ring, out, e).empty())
       << ::testing::PrintToString(CheckTriangulation(ring, out, e));
 }

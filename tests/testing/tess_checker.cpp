@@ -237,7 +237,7 @@ class Checker {
     CheckCoverage();
     CheckAddedVertices();
     CheckArea();
-    if (expect_.even_odd_domain) CheckEvenOdd();
+    if (!expect_.domain_boundary.empty()) CheckEvenOdd();
     return findings_.Take();
   }
 
@@ -337,10 +337,11 @@ class Checker {
   void CheckNeighbors() {
     if (out_.neighbors.empty()) return;
     for (int32_t t = 0; t < out_.TriangleCount(); ++t) {
+      // Neighbour k is the triangle across the edge opposite corner k.
       std::vector<int32_t> expected, given;
       for (int k = 0; k < 3; ++k) {
         expected.push_back(
-            TriangleAcross(out_.corners[3 * t + k], out_.corners[3 * t + (k + 1) % 3]));
+            TriangleAcross(out_.corners[3 * t + (k + 1) % 3], out_.corners[3 * t + (k + 2) % 3]));
         given.push_back(out_.neighbors[3 * t + k]);
       }
       for (int32_t n : given) {
@@ -352,10 +353,9 @@ class Checker {
             std::count(out_.neighbors.begin() + 3 * n, out_.neighbors.begin() + 3 * n + 3, t) == 0)
           findings_.Add("triangle ", t, " names ", n, " as neighbour, but not the reverse");
       }
-      std::sort(expected.begin(), expected.end());
-      std::sort(given.begin(), given.end());
       if (expected != given)
-        findings_.Add("triangle ", t, " has neighbours other than those sharing its edges");
+        findings_.Add("triangle ", t, " has neighbours ", given[0], ", ", given[1], ", ", given[2],
+                      " where its edges give ", expected[0], ", ", expected[1], ", ", expected[2]);
     }
   }
 
@@ -514,7 +514,7 @@ class Checker {
   }
 
   void CheckEvenOdd() {
-    const EvenOddFill fill(in_.points, ValidSegments(in_));
+    const EvenOddFill fill(in_.points, ValidSegments({in_.points, expect_.domain_boundary, {}}));
     for (int32_t t = 0; t < out_.TriangleCount(); ++t) {
       const Point2 a = P(out_.corners[3 * t]), b = P(out_.corners[3 * t + 1]),
                    c = P(out_.corners[3 * t + 2]);

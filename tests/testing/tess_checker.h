@@ -20,7 +20,8 @@ struct PlanarGraph {
   int32_t PointCount() const { return static_cast<int32_t>(points.size() / 2); }
 };
 
-// An engine output, numbered from 0. `neighbors` may be empty when it was not asked for.
+// An engine output, numbered from 0. `neighbors` may be empty when it was not asked for;
+// otherwise neighbour k of a triangle lies across the edge opposite its corner k.
 struct Triangulation {
   std::vector<double> points;
   std::vector<int32_t> corners;
@@ -41,9 +42,9 @@ struct TessExpectation {
   // Every input segment lies in the meshed domain (on its boundary or inside), so each must
   // appear as a chain of triangle edges. False for graphs whose pieces may be carved away.
   bool segments_in_domain = true;
-  // The domain is the even-odd interior of the segments (seeded holes carved): the centre of
-  // every triangle must lie inside it.
-  bool even_odd_domain = false;
+  // When not empty: vertex pairs of closed contours whose even-odd interior is the domain
+  // (every hole seeded); the centre of every triangle must lie inside it.
+  std::vector<int32_t> domain_boundary;
   // The domain's area; NaN leaves the area unchecked. See ConvexHullArea for "Qz" domains.
   double area = 0.0 / 0.0;
 };

@@ -243,6 +243,16 @@ TessCase Transformed(const TessCase& base, double scale, double offset) {
   return c;
 }
 
+std::vector<int32_t> ContourSegments(const TessCase& c) {
+  std::vector<int32_t> pairs;
+  for (const auto& contour : c.contours)
+    for (size_t i = 0; i < contour.size(); ++i) {
+      pairs.push_back(contour[i]);
+      pairs.push_back(contour[(i + 1) % contour.size()]);
+    }
+  return pairs;
+}
+
 double DomainArea(const TessCase& c) {
   if (c.contours.empty()) return ConvexHullArea(c.graph.points);
   std::vector<std::vector<double>> polygons;

@@ -58,6 +58,9 @@ TessCase GlyphCase(const std::string& name, const std::vector<host::OutlinePolyl
 // The case with every coordinate multiplied by `scale` and then `offset` added.
 TessCase Transformed(const TessCase& base, double scale, double offset);
 
+// The segments of the case's contours, as vertex pairs.
+std::vector<int32_t> ContourSegments(const TessCase& c);
+
 // The area a correct result covers: the even-odd area of the contours, or the hull's.
 double DomainArea(const TessCase& c);
 

@@ -1,0 +1,93 @@
+// The peer: CGAL's Delaunay, constrained Delaunay and conforming Delaunay triangulations on
+// the same inputs as tess_bench, for the ratio of the two. CGAL's constrained runs insert the
+// constraints only; the engine also carves the holes, so its figures include a little more.
+#include <CGAL/Constrained_Delaunay_triangulation_2.h>
+#include <CGAL/Delaunay_triangulation_2.h>
+#include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
+#include <CGAL/Triangulation_conformer_2.h>
+#include <benchmark/benchmark.h>
+
+#include <utility>
+#include <vector>
+
+#include "bench/tess_inputs.h"
+
+namespace {
+
+using Kernel = CGAL::Exact_predicates_inexact_constructions_kernel;
+using Point = Kernel::Point_2;
+using Delaunay = CGAL::Delaunay_triangulation_2<Kernel>;
+using Vb = CGAL::Triangulation_vertex_base_2<Kernel>;
+using Fb = CGAL::Constrained_triangulation_face_base_2<Kernel>;
+using Tds = CGAL::Triangulation_data_structure_2<Vb, Fb>;
+using Cdt = CGAL::Constrained_Delaunay_triangulation_2<Kernel, Tds, CGAL::Exact_predicates_tag>;
+
+const char* const kDejaVuSans = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+
+std::vector<Point> PointsOf(const tess_bench::Graph& g) {
+  std::vector<Point> points;
+  for (int32_t i = 0; i < g.PointCount(); ++i)
+    points.emplace_back(g.points[2 * i], g.points[2 * i + 1]);
+  return points;
+}
+
+std::vector<std::pair<std::size_t, std::size_t>> SegmentsOf(const tess_bench::Graph& g) {
+  std::vector<std::pair<std::size_t, std::size_t>> segments;
+  for (size_t s = 0; s + 1 < g.segments.size(); s += 2)
+    segments.emplace_back(g.segments[s], g.segments[s + 1]);
+  return segments;
+}
+
+void Report(benchmark::State& state, const tess_bench::Graph& g, std::size_t faces) {
+  const double iterations = static_cast<double>(state.iterations());
+  state.counters["vertices"] = g.PointCount();
+  state.counters["triangles"] = static_cast<double>(faces);
+  state.counters["triangles_per_s"] =
+      benchmark::Counter(static_cast<double>(faces) * iterations, benchmark::Counter::kIsRate);
+  state.counters["vertices_per_s"] =
+      benchmark::Counter(g.PointCount() * iterations, benchmark::Counter::kIsRate);
+}
+
+void BM_CgalRandomPointsDelaunay(benchmark::State& state) {
+  const tess_bench::Graph g = tess_bench::UniformPoints(static_cast<int32_t>(state.range(0)));
+  const std::vector<Point> points = PointsOf(g);
+  std::size_t faces = 0;
+  for (auto _ : state) {
+    Delaunay dt(points.begin(), points.end());
+    faces = dt.number_of_faces();
+  }
+  Report(state, g, faces);
+}
+BENCHMARK(BM_CgalRandomPointsDelaunay)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+
+void RunConstrained(benchmark::State& state, const tess_bench::Graph& g, bool conforming) {
+  const std::vector<Point> points = PointsOf(g);
+  const auto segments = SegmentsOf(g);
+  std::size_t faces = 0;
+  for (auto _ : state) {
+    Cdt cdt;
+    cdt.insert_constraints(points.begin(), points.end(), segments.begin(), segments.end());
+    if (conforming) CGAL::make_conforming_Delaunay_2(cdt);
+    faces = cdt.number_of_faces();
+  }
+  Report(state, g, faces);
+}
+
+void BM_CgalPolygonWithHolesConstrained(benchmark::State& state) {
+  RunConstrained(state, tess_bench::PolygonWithSquareHoles(100000, 1000), false);
+}
+BENCHMARK(BM_CgalPolygonWithHolesConstrained)->Unit(benchmark::kMillisecond);
+
+void BM_CgalDejaVuGlyphRowConstrained(benchmark::State& state) {
+  RunConstrained(state, tess_bench::GlyphRow(kDejaVuSans), false);
+}
+BENCHMARK(BM_CgalDejaVuGlyphRowConstrained)->Unit(benchmark::kMillisecond);
+
+void BM_CgalStarConforming(benchmark::State& state) {
+  RunConstrained(state, tess_bench::StarPolygon(10000), true);
+}
+BENCHMARK(BM_CgalStarConforming)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

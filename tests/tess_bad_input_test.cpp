@@ -1,0 +1,149 @@
+// Bad input to the tessellation engine: each gives a defined result or the clean failure 10,
+// with both records left empty, and never a crash, hang or leak (the sanitizer build checks
+// the last two).
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "kly/package/failure.h"
+#include "kly/tess/triangulate.h"
+#include "tests/testing/report_capture.h"
+#include "tests/testing/tess_checker.h"
+#include "tests/testing/tess_generators.h"
+#include "tests/testing/tess_runner.h"
+
+namespace kly {
+namespace testing {
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+bool RecordIsEmpty(const TessRecord& r) {
+  return !r.points && !r.pointAttributes && !r.pointMarkers && !r.corners &&
+         !r.triangleAttributes && !r.triangleAreas && !r.neighbors && !r.segments &&
+         !r.segmentMarkers && !r.holes && !r.regions && !r.edges && !r.edgeMarkers && !r.normals &&
+         r.pointCount == 0 && r.pointAttributeCount == 0 && r.triangleCount == 0 &&
+         r.cornerCount == 0 && r.triangleAttributeCount == 0 && r.segmentCount == 0 &&
+         r.holeCount == 0 && r.regionCount == 0 && r.edgeCount == 0;
+}
+
+// Calls the engine on raw records, as the library's callers do, and returns the number it
+// threw (0 for none); on a failure both records must already be empty.
+int32_t CallRaw(const char* switches, const std::vector<double>& points,
+                const std::vector<int32_t>& segments) {
+  TessRecord in{}, out{};
+  if (!points.empty()) {
+    in.points = static_cast<double*>(TessAlloc(0, points.size() * sizeof(double)));
+    std::memcpy(in.points, points.data(), points.size() * sizeof(double));
+  }
+  in.pointCount = static_cast<int32_t>(points.size() / 2);
+  if (!segments.empty()) {
+    in.segments = static_cast<int32_t*>(TessAlloc(1, segments.size() * sizeof(int32_t)));
+    std::memcpy(in.segments, segments.data(), segments.size() * sizeof(int32_t));
+  }
+  in.segmentCount = static_cast<int32_t>(segments.size() / 2);
+  const int32_t number = ThrownNumber([&] { triangulate(switches, &in, &out, nullptr); });
+  if (number != 0) {
+    EXPECT_TRUE(RecordIsEmpty(in)) << switches;
+    EXPECT_TRUE(RecordIsEmpty(out)) << switches;
+  }
+  TessFreeRecord(&in);
+  TessFreeRecord(&out);
+  TessFreeRecord(&in);  // a second free is harmless
+  return number;
+}
+
+TEST(TessBadInput, FewerThanThreePointsFailWithTenAndNoReport) {
+  ReportCapture capture;
+  const std::vector<double> points = {0, 0, 1, 0};
+  for (size_t count : {0, 1, 2}) {
+    const std::vector<double> some(points.begin(), points.begin() + 2 * count);
+    for (const char* switches : {"Qz", "Qpz", "VpDz"})
+      EXPECT_EQ(CallRaw(switches, some, {}), KLY_kErrTessellation) << count << " " << switches;
+  }
+  // The engine's own failure text is dropped: it reaches no report.
+  EXPECT_TRUE(capture.reports().empty());
+}
+
+// Equal or collinear points span no triangle: the engine may return an empty mesh or fail
+// with 10, and nothing else.
+TEST(TessBadInput, AllEqualOrAllCollinearPointsGiveNoTriangles) {
+  const std::vector<std::vector<double>> inputs = {
+      std::vector<double>(20, 3.5),                    // ten copies of (3.5, 3.5)
+      {0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 0.5, 0.5},  // on the diagonal
+      {0, 7, 0, 1, 0, 3, 0, 3, 0, -2},                 // on a vertical line, one repeated
+  };
+  for (const auto& points : inputs)
+    for (const char* switches : {"Qz", "Qpz", "VpDz"}) {
+      const std::vector<int32_t> segments = {0, 1, 1, 2};
+      int32_t number = 0;
+      Triangulation out;
+      try {
+        out = RunEngine(switches, {points, segments, {}});
+      } catch (int32_t thrown) {
+        number = thrown;
+      }
+      if (number != 0) {
+        EXPECT_EQ(number, KLY_kErrTessellation) << switches;
+      } else {
+        EXPECT_EQ(out.TriangleCount(), 0) << switches;
+      }
+    }
+}
+
+// Segments naming vertices that do not exist, or with both ends at one place, are skipped in
+// silence: the result is exactly that without them.
+TEST(TessBadInput, InvalidSegmentsAreSkipped) {
+  const TessCase square = PolygonWithHoles(3, 12, 2, true);
+  PlanarGraph spoiled = square.graph;
+  const int32_t n = spoiled.PointCount();
+  for (int32_t v : {-1, 0, n, 1, 2, 2, 0, 1 << 30, -5, -5}) spoiled.segments.push_back(v);
+  for (const char* switches : {"Qpzn", "VpDz"}) {
+    const Triangulation clean = RunEngine(switches, square.graph);
+    const Triangulation result = RunEngine(switches, spoiled);
+    EXPECT_EQ(result.points, clean.points) << switches;
+    EXPECT_EQ(result.corners, clean.corners) << switches;
+    EXPECT_EQ(result.segments, clean.segments) << switches;
+  }
+}
+
+// Seeds outside the bounding rectangle are ignored; a seed in a region that no segment closes
+// eats the whole mesh.
+TEST(TessBadInput, HolesOutsideAreIgnoredAndUnclosedHolesEatEverything) {
+  const TessCase polygon = PolygonWithHoles(5, 40, 0, false);
+  PlanarGraph outside = polygon.graph;
+  outside.holes = {3e6, 0, 0, -3e6, kInf, 0};
+  const Triangulation clean = RunEngine("Qpz", polygon.graph);
+  const Triangulation result = RunEngine("Qpz", outside);
+  EXPECT_EQ(result.corners, clean.corners);
+  EXPECT_GT(clean.TriangleCount(), 0);
+
+  PlanarGraph open = RandomPoints(8, 100).graph;
+  open.holes = {0.5, 0.5};
+  const Triangulation eaten = RunEngine("Qpz", open);
+  EXPECT_EQ(eaten.TriangleCount(), 0);
+  EXPECT_EQ(eaten.PointCount(), 100);  // carving removes no vertex from the output
+}
+
+TEST(TessBadInput, NaNAndInfinityGiveADefinedResultOrTen) {
+  for (double bad : {kNaN, kInf, -kInf}) {
+    for (int where = 0; where < 2; ++where) {
+      TessCase c = PolygonWithHoles(2, 20, 1, false);
+      c.graph.points[2 * 7 + where] = bad;
+      c.graph.points.push_back(bad);
+      c.graph.points.push_back(bad);
+      for (const char* switches : {"Qz", "Qpz", "VpDz"}) {
+        const int32_t number = CallRaw(switches, c.graph.points, c.graph.segments);
+        EXPECT_TRUE(number == 0 || number == KLY_kErrTessellation) << number;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace testing
+}  // namespace kly

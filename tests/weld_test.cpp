@@ -1,6 +1,7 @@
 // KLY_Mesh::Weld: the fixed hash, the box tolerance, first-vertex-wins and the probe chain.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 #include <vector>
@@ -165,6 +166,74 @@ TEST(Weld, RandomMeshProperties) {
   }
   ASSERT_EQ(first_seen.size(), mesh.GetNumVertices());
   for (size_t i = 0; i < first_seen.size(); ++i) EXPECT_EQ(first_seen[i], mesh.vertices[i].uv.x);
+}
+
+// The table as a plain walk of linear probing, written apart from the library's code, to
+// compare with on meshes whose chains are long: coordinates below 1 hash to a few hundred
+// slots, so thousands of vertices share one chain.
+std::vector<uint32_t> ReferenceRemap(const std::vector<KLY_Vertex>& in, double tolerance,
+                                     std::vector<ORT_Vector3T<double>>& kept) {
+  const double box = std::max(tolerance, 1e-6);
+  const size_t size = 3 * in.size() + 333;
+  std::vector<int32_t> table(size, -1);
+  std::vector<uint32_t> remap;
+  for (const KLY_Vertex& v : in) {
+    const auto& p = v.pos;
+    const double h = std::fabs(p.x) * 103.0 + std::fabs(p.y) * 107.0 + std::fabs(p.z) * 97.0;
+    const uint32_t low = h < 9.2e18 ? static_cast<uint32_t>(static_cast<int64_t>(h)) : 0u;
+    size_t slot = low % size;
+    for (;;) {
+      if (table[slot] < 0) {
+        table[slot] = static_cast<int32_t>(kept.size());
+        remap.push_back(static_cast<uint32_t>(kept.size()));
+        kept.push_back(p);
+        break;
+      }
+      const auto& q = kept[table[slot]];
+      if (std::fabs(q.x - p.x) < box && std::fabs(q.y - p.y) < box && std::fabs(q.z - p.z) < box) {
+        remap.push_back(static_cast<uint32_t>(table[slot]));
+        break;
+      }
+      slot = (slot + 1) % size;
+    }
+  }
+  return remap;
+}
+
+TEST(Weld, LongChainsGiveTheResultOfPlainProbing) {
+  std::mt19937 random(5);
+  std::uniform_real_distribution<double> unit(-1.0, 1.0);
+  for (double tolerance : {1e-6, 1e-3, 0.05}) {
+    // Clusters of points closer and farther than the tolerance, exact copies, and a few
+    // non-finite positions, in one small box.
+    std::vector<KLY_Vertex> input;
+    for (int i = 0; i < 1500; ++i) {
+      const ORT_Vector3T<double> c{unit(random), unit(random), unit(random)};
+      input.push_back(At(c.x, c.y, c.z, i));
+      input.push_back(At(c.x + 0.6 * tolerance * unit(random), c.y, c.z - 0.6 * tolerance, i));
+      input.push_back(At(c.x + 2.0 * tolerance, c.y, c.z, i));
+      if (i % 3 == 0) input.push_back(At(-c.x, c.y, c.z, i));
+      if (i % 5 == 0) input.push_back(input[input.size() - 3]);
+      if (i % 500 == 0) input.push_back(At(NAN, c.y, INFINITY, i));
+    }
+    std::shuffle(input.begin(), input.end(), random);
+    std::vector<ORT_Vector3T<double>> kept;
+    const std::vector<uint32_t> expected = ReferenceRemap(input, tolerance, kept);
+
+    TestMesh mesh = MeshOf(input);
+    for (uint32_t t = 0; t + 2 < input.size(); t += 3) mesh.PushFace(KLY_Triangle(t, t + 1, t + 2));
+    mesh.Weld(tolerance);
+    ASSERT_EQ(kept.size(), mesh.GetNumVertices()) << tolerance;
+    for (size_t i = 0; i < kept.size(); ++i) {
+      const auto& p = mesh.vertices[i].pos;
+      EXPECT_TRUE(p == kept[i] || (std::isnan(p.x) && std::isnan(kept[i].x))) << i;
+    }
+    for (uint32_t t = 0; t < mesh.GetNumTriangles(); ++t) {
+      for (int k = 0; k < 3; ++k) {
+        ASSERT_EQ(expected[3 * t + k], mesh.triangles[t].indices[k]) << tolerance << " " << t;
+      }
+    }
+  }
 }
 
 }  // namespace

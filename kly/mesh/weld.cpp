@@ -1,7 +1,17 @@
-// KLY_Mesh::Weld: one pass through an open-addressed table. The hash and the table size decide
-// which near-equal vertices ever meet, so both are fixed: changing either changes results.
+// KLY_Mesh::Weld: one pass through an open-addressed table with linear probing. The hash and
+// the table size decide which near-equal vertices ever meet, so both are fixed: changing
+// either changes results.
+//
+// The hash is the truncated sum 103|x| + 107|y| + 97|z|, so a mesh whose coordinates are small
+// hashes to few slots and its probe chains grow with the vertex count. A chain that grows long
+// is therefore answered by a shortcut with the same result: the first match on the chain is
+// the vertex within the box whose slot lies nearest after the first slot, before the first
+// free one. A grid of the kept vertices finds the candidates within the box, and a
+// union-find over the slots finds the first free slot.
 #include <cmath>
 #include <cstdint>
+#include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "kly/mesh/mesh.h"
@@ -14,6 +24,9 @@ constexpr uint32_t kSlotsPerVertex = 3;
 constexpr uint32_t kExtraSlots = 333;
 constexpr double kMinTolerance = 1e-6;
 constexpr int32_t kFreeSlot = -1;
+// Probes walked one by one before the shortcut takes over. Chains of a well spread hash are a
+// slot or two long at this load factor.
+constexpr uint32_t kShortChain = 48;
 
 // Truncation to a 64-bit integer as the processor does it: a sum too large for 64 bits (or a
 // NaN) becomes the integer indefinite value, whose low 32 bits are 0.
@@ -28,39 +41,177 @@ uint32_t FirstSlot(const ORT_Vector3T<double>& p, uint32_t table_size) {
   return LowBitsOfTruncation(h) % table_size;
 }
 
+// The box test: strictly closer than `box` on each axis, not a distance.
+bool WithinBox(const ORT_Vector3T<double>& q, const ORT_Vector3T<double>& p, double box) {
+  return box > std::fabs(q.x - p.x) && box > std::fabs(q.y - p.y) && box > std::fabs(q.z - p.z);
+}
+
+struct Cell {
+  int64_t x, y, z;
+  bool operator==(const Cell& o) const { return x == o.x && y == o.y && z == o.z; }
+};
+
+struct CellHash {
+  size_t operator()(const Cell& c) const {
+    uint64_t h = static_cast<uint64_t>(c.x) * 0x9E3779B97F4A7C15ull;
+    h ^= static_cast<uint64_t>(c.y) + 0x7F4A7C159E3779B9ull + (h << 6) + (h >> 2);
+    h ^= static_cast<uint64_t>(c.z) + 0x94D049BB133111EBull + (h << 6) + (h >> 2);
+    return static_cast<size_t>(h);
+  }
+};
+
+// Kept vertices by cells as wide as the box: two points within the box lie in the same or
+// neighbouring cells. Clamping the cell number keeps that true for huge coordinates.
+class CellGrid {
+ public:
+  explicit CellGrid(double box) : box_(box) {}
+
+  void Insert(int32_t unique, const ORT_Vector3T<double>& p) {
+    if (!IsFinite(p)) return;  // never within any box
+    if (next_.size() <= static_cast<size_t>(unique)) next_.resize(unique + 1u, -1);
+    int32_t& head = heads_.emplace(CellOf(p), -1).first->second;
+    next_[unique] = head;
+    head = unique;
+  }
+
+  template <class Visit>
+  void ForEachNear(const ORT_Vector3T<double>& p, Visit visit) const {
+    if (!IsFinite(p)) return;
+    const Cell c = CellOf(p);
+    for (int64_t dx = -1; dx <= 1; ++dx) {
+      for (int64_t dy = -1; dy <= 1; ++dy) {
+        for (int64_t dz = -1; dz <= 1; ++dz) {
+          const auto found = heads_.find(Cell{c.x + dx, c.y + dy, c.z + dz});
+          if (found == heads_.end()) continue;
+          for (int32_t u = found->second; u != -1; u = next_[u]) visit(u);
+        }
+      }
+    }
+  }
+
+ private:
+  static bool IsFinite(const ORT_Vector3T<double>& p) {
+    return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
+  }
+  int64_t CellOf(double v) const {
+    constexpr double kLimit = 4611686018427387904.0;  // 2^62: neighbours stay representable
+    const double c = std::floor(v / box_);
+    return static_cast<int64_t>(c < -kLimit ? -kLimit : (c > kLimit ? kLimit : c));
+  }
+  Cell CellOf(const ORT_Vector3T<double>& p) const {
+    return {CellOf(p.x), CellOf(p.y), CellOf(p.z)};
+  }
+
+  double box_;
+  std::unordered_map<Cell, int32_t, CellHash> heads_;
+  std::vector<int32_t> next_;
+};
+
+// The table with its probe order, and the shortcut for long chains, built the first time a
+// chain runs long and kept up to date from then on.
+class WeldTable {
+ public:
+  WeldTable(std::vector<KLY_Vertex>& vertices, double box)
+      : vertices_(vertices),
+        box_(box),
+        table_(kSlotsPerVertex * static_cast<uint32_t>(vertices.size()) + kExtraSlots, kFreeSlot) {}
+
+  // The new index of vertex v; a new one compacts the vertex to slot unique_count_, which
+  // never lies after v, so no vertex is overwritten before it is read.
+  uint32_t Place(uint32_t v) {
+    const ORT_Vector3T<double> p = vertices_[v].pos;
+    const uint32_t size = static_cast<uint32_t>(table_.size());
+    const uint32_t first = FirstSlot(p, size);
+    uint32_t slot = first;
+    for (uint32_t probes = 0; probes < kShortChain; ++probes) {
+      const int32_t e = table_[slot];
+      if (e == kFreeSlot) return Occupy(slot, v);
+      if (WithinBox(vertices_[e].pos, p, box_)) return static_cast<uint32_t>(e);
+      if (++slot == size) slot = 0;
+    }
+    return PlaceOnLongChain(v, p, first);
+  }
+
+  uint32_t UniqueCount() const { return static_cast<uint32_t>(unique_count_); }
+
+ private:
+  uint32_t Occupy(uint32_t slot, uint32_t v) {
+    const int32_t u = unique_count_++;
+    table_[slot] = u;
+    vertices_[u] = vertices_[v];
+    if (grid_) {
+      slot_of_[u] = slot;
+      free_after_[slot] = slot + 1 == table_.size() ? 0 : slot + 1;
+      grid_->Insert(u, vertices_[u].pos);
+    }
+    return static_cast<uint32_t>(u);
+  }
+
+  uint32_t PlaceOnLongChain(uint32_t v, const ORT_Vector3T<double>& p, uint32_t first) {
+    if (!grid_) StartShortcut();
+    const uint32_t size = static_cast<uint32_t>(table_.size());
+    const uint32_t free = FirstFreeFrom(first);
+    const uint32_t span = free >= first ? free - first : free + size - first;
+    uint32_t best_distance = span;
+    int32_t best = kFreeSlot;
+    grid_->ForEachNear(p, [&](int32_t u) {
+      if (!WithinBox(vertices_[u].pos, p, box_)) return;
+      const uint32_t s = slot_of_[u];
+      const uint32_t distance = s >= first ? s - first : s + size - first;
+      if (distance < best_distance) {
+        best_distance = distance;
+        best = u;
+      }
+    });
+    if (best != kFreeSlot) return static_cast<uint32_t>(best);
+    return Occupy(free, v);
+  }
+
+  void StartShortcut() {
+    const uint32_t size = static_cast<uint32_t>(table_.size());
+    grid_.reset(new CellGrid(box_));
+    slot_of_.assign(vertices_.size(), 0);
+    free_after_.resize(size);
+    for (uint32_t s = 0; s < size; ++s) {
+      const int32_t e = table_[s];
+      if (e == kFreeSlot) {
+        free_after_[s] = s;
+      } else {
+        free_after_[s] = s + 1 == size ? 0 : s + 1;
+        slot_of_[e] = s;
+      }
+    }
+    for (int32_t u = 0; u < unique_count_; ++u) grid_->Insert(u, vertices_[u].pos);
+  }
+
+  // Union-find with path halving: an occupied slot points past itself, a free one to itself.
+  // The table always has a free slot, so the walk ends.
+  uint32_t FirstFreeFrom(uint32_t s) {
+    while (free_after_[s] != s) {
+      free_after_[s] = free_after_[free_after_[s]];
+      s = free_after_[s];
+    }
+    return s;
+  }
+
+  std::vector<KLY_Vertex>& vertices_;
+  const double box_;
+  std::vector<int32_t> table_;
+  int32_t unique_count_ = 0;
+  std::unique_ptr<CellGrid> grid_;
+  std::vector<uint32_t> slot_of_;
+  std::vector<uint32_t> free_after_;
+};
+
 }  // namespace
 
 void KLY_Mesh::Weld(double tolerance) {
   const double box = tolerance > kMinTolerance ? tolerance : kMinTolerance;
   const uint32_t count = GetNumVertices();
-  const uint32_t table_size = kSlotsPerVertex * count + kExtraSlots;
-  std::vector<int32_t> table(table_size, kFreeSlot);
   std::vector<uint32_t> remap(count);
-
-  // The kept vertices are compacted in place: a vertex's new index never exceeds its old one,
-  // so slot unique_count of `vertices` has always been read before it is overwritten.
-  int32_t unique_count = 0;
-  for (uint32_t v = 0; v < count; ++v) {
-    const ORT_Vector3T<double> p = vertices[v].pos;
-    uint32_t slot = FirstSlot(p, table_size);
-    for (;;) {
-      const int32_t e = table[slot];
-      if (e == kFreeSlot) {
-        table[slot] = unique_count;
-        vertices[unique_count] = vertices[v];
-        remap[v] = static_cast<uint32_t>(unique_count++);
-        break;
-      }
-      // A box per axis, not a distance; the first vertex of a cluster wins outright.
-      const ORT_Vector3T<double>& q = vertices[e].pos;
-      if (box > std::fabs(q.x - p.x) && box > std::fabs(q.y - p.y) && box > std::fabs(q.z - p.z)) {
-        remap[v] = static_cast<uint32_t>(e);
-        break;
-      }
-      if (++slot == table_size) slot = 0;
-    }
-  }
-  vertices.resize(static_cast<size_t>(unique_count));
+  WeldTable table(vertices, box);
+  for (uint32_t v = 0; v < count; ++v) remap[v] = table.Place(v);
+  vertices.resize(table.UniqueCount());
 
   // Collapsed triangles keep their repeated indices; nothing is removed or recomputed.
   for (KLY_Triangle& t : triangles) {

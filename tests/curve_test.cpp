@@ -282,6 +282,33 @@ TEST(CurveSubdivide, ClosedLoopIsRefinedPastItsCoincidingEnds) {
   CheckAdaptiveList(loop, KLY_CubicBezierCurve::kFlatness, 0, 10, list);
 }
 
+TEST(CurveSubdivide, NearlyCoincidingSpanEndsAreFlatEvenAroundALoop) {
+  // With P0 = 0, B(1/4) = (27 P1 + 9 P2 + P3) / 64 = (0.032 / 64, 0) = (5e-4, 0) here: the span
+  // [0, 1/4] loops out about 0.3 and back, yet its ends are nearer than 1e-3 (squared 2.5e-7,
+  // below 1e-6), so it is a leaf of level 2 and contributes only 1/8. Its neighbour is curved
+  // and refined further.
+  TestCurve curve({0, 0, 0}, {1, 1, 0}, {-3, 1, 0}, {0.032, -36, 0});
+  Vec3 quarter;
+  curve.Eval(0.25, quarter);
+  ASSERT_NEAR(5e-4, quarter.x, 1e-15);
+  ASSERT_NEAR(0.0, quarter.y, 1e-15);
+  std::vector<double> list;
+  curve.Subdivide(KLY_CubicBezierCurve::kFlatness, 0, 10, list);
+  ASSERT_GT(list.size(), 3u);
+  EXPECT_EQ(0.125, list[1]);
+  EXPECT_LT(list[2], 0.375);
+}
+
+TEST(CurveSubdivide, QuarterPointsCatchAnSBendWhoseMiddleIsOnItsChord) {
+  // The S-curve (0,0) (1,1) (2,-1) (3,0), extended so that it is this curve's span [0, 1/4]:
+  // B(1/8) = (1.5, 0) lies on the span's chord, B(1/16) is 0.28 off it. The span must be split.
+  TestCurve curve({0, 0, 0}, {4, 4, 0}, {8, -40, 0}, {12, 252, 0});
+  std::vector<double> list;
+  curve.Subdivide(KLY_CubicBezierCurve::kFlatness, 0, 10, list);
+  ASSERT_GT(list.size(), 3u);
+  EXPECT_LT(list[1], 0.125);
+}
+
 TEST(CurveSubdivide, AbsurdMinDepthIsRefusedNotExhausted) {
   TestCurve line = Line();
   std::vector<double> list;

@@ -95,7 +95,7 @@ void KLY_CubicBezierCurve::GetTangentVec(double t, Vec3& out) {
   }
   out = w * 6.0;
   const double length = std::sqrt(Dot(w, w));
-  if (length > 0.0) out = out * (1.0 / length);
+  if (length > 0.0) out = {out.x / length, out.y / length, out.z / length};
 }
 
 void KLY_CubicBezierCurve::GetNormalVec(double t, Vec3& out) {

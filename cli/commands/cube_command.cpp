@@ -25,8 +25,10 @@ void AddCubeCommand(CLI::App& app) {
       "cube",
       "A box centred on the origin whose six faces are grids of quads; one material slot a "
       "face (front, back, left, right, top, bottom)");
-  AddVectorOption(*command, "--dimensions", settings->dimensions,
-                  "Half extents: the box spans -X to X, -Y to Y and -Z to Z");
+  AddVectorOption(
+      *command, "--dimensions", settings->dimensions,
+      "Half extents: the box spans -X to X, -Y to Y and -Z to Z. A negative value mirrors "
+      "the box, which turns it inside out");
   AddCountOption(*command, "--divisions", settings->divisions, 1, 1000000,
                  "Quads along each edge of each face: 12*N*N triangles");
   AddMeshOptions(*command, settings->mesh);

@@ -28,7 +28,11 @@ void AddSphereCommand(CLI::App& app) {
       "sphere",
       "An ellipsoid centred on the origin, or a superquadric (a rounded box) through --power; "
       "built by splitting an octahedron, so its triangles are nearly even");
-  AddVectorOption(*command, "--radius", settings->radius, "Radii along x, y and z");
+  AddVectorOption(
+      *command, "--radius", settings->radius,
+      "Radii along x, y and z. A negative radius mirrors the solid, which turns it inside "
+      "out; a zero radius flattens it and leaves its normals undefined, which no file "
+      "can hold");
   AddVectorOption(*command, "--power", settings->power,
                   "Superquadric exponent for each axis: 1 is the ellipsoid, smaller values "
                   "square the shape off toward a box (below 0.001 every point lands on a "

@@ -10,6 +10,11 @@
 // `codes`; PolygonalApprox flattens a line or curve with no point before it as a start, a curve
 // cut short by the end as lines, and any other code as a line; PureBezier refuses all of these
 // with its BadContour failure.
+//
+// NaN or infinite coordinates never hang or fail an operation: every comparison with NaN is
+// false, so such points are neither merged nor dropped, their curves are sampled at the floor
+// of two levels, a NaN segment is skipped by the collinearity walk, and lengths come out NaN.
+// A minimum granularity above 20 levels is refused by the curve with std::length_error.
 #pragma once
 
 #include <cstdint>

@@ -4,6 +4,9 @@
 //
 // Calling order: SetCubicGeometry, SetUScaleOffset, SetVScaleOffset, SetGranularity,
 // GetAdaptiveMeshSize, KLY_Mesh::SetSize with its two counts, FillMesh.
+//
+// NaN or infinite control points give NaN positions and normals, without a failure; an edge
+// that holds one is sampled at its minimum depth only (two levels at the least).
 #pragma once
 
 #include <cstdint>

@@ -11,7 +11,6 @@
 #include <cmath>
 #include <cstdint>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 #include "kly/mesh/mesh.h"
@@ -25,8 +24,9 @@ constexpr uint32_t kExtraSlots = 333;
 constexpr double kMinTolerance = 1e-6;
 constexpr int32_t kFreeSlot = -1;
 // Probes walked one by one before the shortcut takes over. Chains of a well spread hash are a
-// slot or two long at this load factor.
+// slot or two long at this load factor; once chains have run long, fewer are tried first.
 constexpr uint32_t kShortChain = 48;
+constexpr uint32_t kShortChainWithShortcut = 1;
 
 // Truncation to a 64-bit integer as the processor does it: a sum too large for 64 bits (or a
 // NaN) becomes the integer indefinite value, whose low 32 bits are 0.
@@ -51,59 +51,106 @@ struct Cell {
   bool operator==(const Cell& o) const { return x == o.x && y == o.y && z == o.z; }
 };
 
-struct CellHash {
-  size_t operator()(const Cell& c) const {
-    uint64_t h = static_cast<uint64_t>(c.x) * 0x9E3779B97F4A7C15ull;
-    h ^= static_cast<uint64_t>(c.y) + 0x7F4A7C159E3779B9ull + (h << 6) + (h >> 2);
-    h ^= static_cast<uint64_t>(c.z) + 0x94D049BB133111EBull + (h << 6) + (h >> 2);
-    return static_cast<size_t>(h);
-  }
-};
+uint64_t HashCell(const Cell& c) {
+  uint64_t h = static_cast<uint64_t>(c.x) * 0x9E3779B97F4A7C15ull;
+  h = (h ^ (h >> 29)) + static_cast<uint64_t>(c.y) * 0xBF58476D1CE4E5B9ull;
+  h = (h ^ (h >> 31)) + static_cast<uint64_t>(c.z) * 0x94D049BB133111EBull;
+  return h ^ (h >> 32);
+}
 
-// Kept vertices by cells as wide as the box: two points within the box lie in the same or
-// neighbouring cells. Clamping the cell number keeps that true for huge coordinates.
+// Kept vertices by cells eight times as wide as the box. The points within the box of p lie in
+// p's cell, or in a neighbour when p is within an eighth of a cell of that side; the margins
+// below keep the choice safe from rounding. Where the cell number loses its fraction (huge
+// coordinates, and the clamp that keeps the numbers representable), both neighbours are
+// visited. Cells live in a flat open-addressed map: on a mesh that needs this shortcut most
+// looked-up cells are empty, and a miss then costs one memory access.
 class CellGrid {
  public:
-  explicit CellGrid(double box) : box_(box) {}
+  explicit CellGrid(double box) : width_(8.0 * box), slots_(1024) {}
 
   void Insert(int32_t unique, const ORT_Vector3T<double>& p) {
     if (!IsFinite(p)) return;  // never within any box
     if (next_.size() <= static_cast<size_t>(unique)) next_.resize(unique + 1u, -1);
-    int32_t& head = heads_.emplace(CellOf(p), -1).first->second;
-    next_[unique] = head;
-    head = unique;
+    if (2 * (used_ + 1) > slots_.size()) Grow();
+    Slot& slot = Find(CellOf(p));
+    if (slot.head == -1) ++used_;
+    next_[unique] = slot.head;
+    slot.head = unique;
   }
 
   template <class Visit>
-  void ForEachNear(const ORT_Vector3T<double>& p, Visit visit) const {
+  void ForEachNear(const ORT_Vector3T<double>& p, Visit visit) {
     if (!IsFinite(p)) return;
     const Cell c = CellOf(p);
-    for (int64_t dx = -1; dx <= 1; ++dx) {
-      for (int64_t dy = -1; dy <= 1; ++dy) {
-        for (int64_t dz = -1; dz <= 1; ++dz) {
-          const auto found = heads_.find(Cell{c.x + dx, c.y + dy, c.z + dz});
-          if (found == heads_.end()) continue;
-          for (int32_t u = found->second; u != -1; u = next_[u]) visit(u);
+    int64_t lo[3], hi[3];
+    Neighbours(p.x, lo[0], hi[0]);
+    Neighbours(p.y, lo[1], hi[1]);
+    Neighbours(p.z, lo[2], hi[2]);
+    for (int64_t dx = lo[0]; dx <= hi[0]; ++dx) {
+      for (int64_t dy = lo[1]; dy <= hi[1]; ++dy) {
+        for (int64_t dz = lo[2]; dz <= hi[2]; ++dz) {
+          for (int32_t u = Find(Cell{c.x + dx, c.y + dy, c.z + dz}).head; u != -1; u = next_[u]) {
+            visit(u);
+          }
         }
       }
     }
   }
 
  private:
+  struct Slot {
+    Cell cell;
+    int32_t head = -1;  // -1: a free slot
+  };
+
+  // Beyond 2^40 cells the fraction of a cell number is no longer trustworthy to the margin.
+  static constexpr double kExact = 1099511627776.0;
+  static constexpr double kLimit = 4611686018427387904.0;  // 2^62: neighbours stay representable
+  static constexpr double kNear = 0.125 + 1.0 / 64;
+
   static bool IsFinite(const ORT_Vector3T<double>& p) {
     return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
   }
   int64_t CellOf(double v) const {
-    constexpr double kLimit = 4611686018427387904.0;  // 2^62: neighbours stay representable
-    const double c = std::floor(v / box_);
+    const double c = std::floor(v / width_);
     return static_cast<int64_t>(c < -kLimit ? -kLimit : (c > kLimit ? kLimit : c));
   }
   Cell CellOf(const ORT_Vector3T<double>& p) const {
     return {CellOf(p.x), CellOf(p.y), CellOf(p.z)};
   }
+  void Neighbours(double v, int64_t& lo, int64_t& hi) const {
+    const double scaled = v / width_;
+    if (!(std::fabs(scaled) < kExact)) {
+      lo = -1;
+      hi = 1;
+      return;
+    }
+    const double f = scaled - std::floor(scaled);
+    lo = f < kNear ? -1 : 0;
+    hi = f > 1.0 - kNear ? 1 : 0;
+  }
 
-  double box_;
-  std::unordered_map<Cell, int32_t, CellHash> heads_;
+  // The slot holding `cell`, or the free slot where it belongs.
+  Slot& Find(const Cell& cell) {
+    const size_t mask = slots_.size() - 1;
+    size_t i = static_cast<size_t>(HashCell(cell)) & mask;
+    while (slots_[i].head != -1 && !(slots_[i].cell == cell)) i = (i + 1) & mask;
+    Slot& slot = slots_[i];
+    slot.cell = cell;  // harmless on a free slot: it stays free until a head is stored
+    return slot;
+  }
+
+  void Grow() {
+    std::vector<Slot> old(slots_.size() * 2);
+    old.swap(slots_);
+    for (const Slot& s : old) {
+      if (s.head != -1) Find(s.cell).head = s.head;
+    }
+  }
+
+  double width_;
+  std::vector<Slot> slots_;
+  size_t used_ = 0;
   std::vector<int32_t> next_;
 };
 
@@ -123,7 +170,8 @@ class WeldTable {
     const uint32_t size = static_cast<uint32_t>(table_.size());
     const uint32_t first = FirstSlot(p, size);
     uint32_t slot = first;
-    for (uint32_t probes = 0; probes < kShortChain; ++probes) {
+    const uint32_t budget = grid_ ? kShortChainWithShortcut : kShortChain;
+    for (uint32_t probes = 0; probes < budget; ++probes) {
       const int32_t e = table_[slot];
       if (e == kFreeSlot) return Occupy(slot, v);
       if (WithinBox(vertices_[e].pos, p, box_)) return static_cast<uint32_t>(e);

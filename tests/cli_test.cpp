@@ -18,6 +18,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "kly/host/nut.h"
+#include "kly/host/ort.h"
+#include "kly/package/failure.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -390,6 +394,19 @@ TEST_F(CliTest, SplitWritesBothHalvesUnderTaggedNames) {
     for (uint32_t index : tri) EXPECT_GE(upper.positions[index][1], -0.5);
   }
   EXPECT_EQ(ReadObj(work_ / "p.back.obj").triangles, 16u);
+}
+
+TEST_F(CliTest, LibraryFailureCarriesTheLibrarysOwnWords) {
+  // The normalisation failure is reported in the maths library's words before 4363 is thrown;
+  // the user's one line must end with them.
+  const std::string words = NUT_ZLookupLStrCache(ORT_G_zref, KLY_kNormalisationMessageEntry, 0, 0);
+  ASSERT_FALSE(words.empty());
+  const Outcome run = Kly({"sphere", "--radius", "1e30,1e30,1e30", "-o", "x.glb"});
+  EXPECT_EQ(run.exit_code, 1);
+  EXPECT_EQ(run.err,
+            "kly: building sphere (3 subdivisions) failed: failure 4363 (a vector of "
+            "zero length could not be normalised): " +
+                words + "\n");
 }
 
 TEST_F(CliTest, MeshOptionsFollowTheLibrarysCounts) {

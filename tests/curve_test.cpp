@@ -113,13 +113,6 @@ TEST(CurveConstruction, ThreePointFormMultipliesByTheThirdConstant) {
   ExpectVecEq({1, 0, 0}, curve.P(3));
 }
 
-TEST(CurveConstruction, ControlPointsRoundTrip) {
-  TestCurve curve = Arc();
-  Vec3 p[4];
-  curve.GetControlPts(p[0], p[1], p[2], p[3]);
-  for (int i = 0; i < 4; ++i) ExpectVecEq(curve.P(i), p[i]);
-}
-
 TEST(CurveEvaluation, EndsMiddleAndUnclampedParameter) {
   TestCurve curve({0, 0, 0}, {0, 3, 0}, {3, 3, 3}, {3, 0, 6});
   Vec3 out;

@@ -85,13 +85,6 @@ TEST(PatchDefaults, GranularityAsConstructed) {
   EXPECT_EQ(1u, patch.uMinGranularity);
   EXPECT_EQ(10u, patch.vMinGranularity);
   EXPECT_EQ(10u, patch.uMaxGranularity);
-  patch.SetGranularity(1, 2, 3, 4);
-  uint32_t a, b, c, d;
-  patch.GetGranularity(a, b, c, d);
-  EXPECT_EQ(1u, a);
-  EXPECT_EQ(2u, b);
-  EXPECT_EQ(3u, c);
-  EXPECT_EQ(4u, d);
 }
 
 TEST(PatchEvaluation, CornersFlatSquareAndFiniteDifferences) {

@@ -15,6 +15,7 @@
 #include "cli/commands/sphere_command.h"
 #include "cli/runtime/failure_text.h"
 #include "cli/runtime/library_session.h"
+#include "cli/writers/pending_file.h"
 
 namespace {
 
@@ -34,6 +35,7 @@ int main(int argc, char** argv) {
       ".stl or .ply. Files have +Y up, +Z toward the viewer and counter-clockwise front "
       "faces. Run 'kly COMMAND --help' for the options of a command.",
       "kly");
+  kly::cli::RemovePendingFilesOnSignals();
   app.require_subcommand(1);
   app.get_formatter()->column_width(32);
   kly::cli::AddCubeCommand(app);

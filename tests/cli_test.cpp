@@ -15,6 +15,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -48,9 +49,9 @@ class CliTest : public ::testing::Test {
   }
   void TearDown() override { fs::remove_all(root_); }
 
-  // Runs kly with `args` in the work folder; its output goes to files beside that folder, so
-  // the folder holds only what kly wrote.
-  Outcome Kly(const std::vector<std::string>& args) {
+  // Starts kly with `args` in the work folder; its output goes to files beside that folder,
+  // so the folder holds only what kly wrote.
+  pid_t Start(const std::vector<std::string>& args) {
     const fs::path out = root_ / "stdout";
     const fs::path err = root_ / "stderr";
     const pid_t child = fork();
@@ -68,11 +69,18 @@ class CliTest : public ::testing::Test {
       execv(KLY_CLI_PATH, argv.data());
       _exit(127);
     }
+    return child;
+  }
+
+  // Waits for `child`; a death by signal s gives the exit code 128 + s, as a shell shows it.
+  Outcome Finish(pid_t child) {
     int status = 0;
     waitpid(child, &status, 0);
-    return Outcome{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), Contents(out),
-                   Contents(err)};
+    return Outcome{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
+                   Contents(root_ / "stdout"), Contents(root_ / "stderr")};
   }
+
+  Outcome Kly(const std::vector<std::string>& args) { return Finish(Start(args)); }
 
   std::vector<std::string> Entries() const {
     std::vector<std::string> names;
@@ -451,6 +459,17 @@ TEST_F(CliTest, BentPlaneBulgesAwayFromTheViewer) {
   for (const Vec3& p : plane.positions) lowest = std::min(lowest, p[2]);
   EXPECT_NEAR(lowest, -0.5, 1e-6);
   for (const Vec3& n : plane.normals) EXPECT_GE(n[2], -1e-6);
+}
+
+TEST_F(CliTest, InterruptedBuildLeavesNoTemporaryBehind) {
+  const pid_t child = Start({"sphere", "--subdivisions", "10", "-o", "s.glb"});
+  // The temporary is made before the build starts; wait for it, then interrupt the build.
+  for (int i = 0; i < 500 && Entries().empty(); ++i) usleep(10000);
+  ASSERT_EQ(Entries().size(), 1u);
+  EXPECT_EQ(Entries()[0].rfind(".s.glb.", 0), 0u) << Entries()[0];
+  kill(child, SIGINT);
+  EXPECT_EQ(Finish(child).exit_code, 128 + SIGINT);
+  EXPECT_EQ(Entries(), std::vector<std::string>{});
 }
 
 #if defined(__SANITIZE_ADDRESS__)

@@ -1,6 +1,7 @@
 #include "cli/writers/pending_file.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
@@ -18,6 +19,36 @@ namespace {
   throw std::runtime_error("cannot write '" + path + "': " + reason);
 }
 
+// Names of the temporaries in being, for the signal handler, which may only read plain memory.
+// A handful is enough: a command writes at most two files at once.
+constexpr int kSignalSlots = 8;
+constexpr size_t kSignalPathSize = 4096;
+char signal_paths[kSignalSlots][kSignalPathSize];
+volatile sig_atomic_t signal_slot_used[kSignalSlots];
+
+int ClaimSignalSlot(const std::string& temporary) {
+  if (temporary.size() >= kSignalPathSize) return -1;
+  for (int slot = 0; slot < kSignalSlots; ++slot) {
+    if (signal_slot_used[slot]) continue;
+    std::memcpy(signal_paths[slot], temporary.c_str(), temporary.size() + 1);
+    signal_slot_used[slot] = 1;
+    return slot;
+  }
+  return -1;
+}
+
+void ReleaseSignalSlot(int slot) {
+  if (slot >= 0) signal_slot_used[slot] = 0;
+}
+
+extern "C" void RemoveTemporariesAndReraise(int signal) {
+  for (int slot = 0; slot < kSignalSlots; ++slot) {
+    if (signal_slot_used[slot]) unlink(signal_paths[slot]);
+  }
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
+}
+
 // mkstemp makes its file private (0600); a finished file gets what any new file would.
 mode_t CreationMode() {
   const mode_t mask = umask(0);
@@ -26,6 +57,10 @@ mode_t CreationMode() {
 }
 
 }  // namespace
+
+void RemovePendingFilesOnSignals() {
+  for (int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, RemoveTemporariesAndReraise);
+}
 
 PendingFile::PendingFile(std::string path) : path_(std::move(path)) {
   struct stat existing;
@@ -42,16 +77,17 @@ PendingFile::PendingFile(std::string path) : path_(std::move(path)) {
   const int descriptor = mkstemp(buffer.data());
   if (descriptor < 0) Fail(path_, std::strerror(errno));
   temporary_ = buffer.data();
+  signal_slot_ = ClaimSignalSlot(temporary_);
   const int chmod_status = fchmod(descriptor, CreationMode());
   close(descriptor);
   if (chmod_status != 0) {
     const int error = errno;
-    std::remove(temporary_.c_str());
+    Abandon();
     Fail(path_, std::strerror(error));
   }
   stream_.open(temporary_, std::ios::binary | std::ios::trunc);
   if (!stream_) {
-    std::remove(temporary_.c_str());
+    Abandon();
     Fail(path_, "the temporary file could not be opened");
   }
 }
@@ -59,7 +95,13 @@ PendingFile::PendingFile(std::string path) : path_(std::move(path)) {
 PendingFile::~PendingFile() {
   if (committed_) return;
   stream_.close();
+  Abandon();
+}
+
+void PendingFile::Abandon() {
   std::remove(temporary_.c_str());
+  ReleaseSignalSlot(signal_slot_);
+  signal_slot_ = -1;
 }
 
 void PendingFile::Commit() {
@@ -72,6 +114,8 @@ void PendingFile::Commit() {
     Fail(path_, written ? "closing the file failed" : std::strerror(write_error));
   }
   if (std::rename(temporary_.c_str(), path_.c_str()) != 0) Fail(path_, std::strerror(errno));
+  ReleaseSignalSlot(signal_slot_);
+  signal_slot_ = -1;
   committed_ = true;
 }
 

@@ -9,6 +9,10 @@
 namespace kly {
 namespace cli {
 
+// Makes SIGINT, SIGTERM and SIGHUP remove the temporaries of the pending files before the
+// process ends as the signal would end it. For programs; a library user keeps its own handlers.
+void RemovePendingFilesOnSignals();
+
 class PendingFile {
  public:
   // Creates the temporary now, so an unwritable place is found before any work is done.
@@ -26,10 +30,15 @@ class PendingFile {
   void Commit();
 
  private:
+  // Removes the temporary and forgets it.
+  void Abandon();
+
   std::string path_;
   std::string temporary_;
   std::ofstream stream_;
   bool committed_ = false;
+  // The signal handler's slot holding the temporary's name, or -1 when none was free.
+  int signal_slot_ = -1;
 };
 
 }  // namespace cli

@@ -299,6 +299,10 @@ TEST_F(CliTest, BadInputGivesOneLineAndLeavesNoFile) {
       {{"cylinder", "--radial-divisions", "2", "-o", "x.glb"}, "'2' is too small", 2},
       {{"plane", "--curvature-axis", "z", "-o", "x.glb"}, "--curvature-axis", 2},
       {{"cube", "-o", "missing/x.glb"}, "cannot write 'missing/x.glb': No such file", 1},
+      // A zero radius divides the normal by zero: no file format can hold what comes out.
+      {{"sphere", "--radius", "0,1,1", "-o", "x.glb"},
+       "cannot write 'x.glb': vertex 0 has a non-finite normal",
+       1},
       {{"cube", "-o", "."}, "no extension", 2},
       // 12 * 5000^2 = 300,000,000 triangles.
       {{"cube", "--divisions", "5000", "-o", "x.glb"}, "would have 300000000 triangles", 1},

@@ -45,16 +45,7 @@ void Write(const KLY_Mesh& mesh, const SolidJob& job, PendingFile& file) {
   MeshDescription description;
   description.name = job.name;
   description.slot_names = job.slot_names;
-  RunStage("writing " + file.Path(), [&] {
-    try {
-      WriteMeshFile(mesh, description, file);
-    } catch (const std::runtime_error& e) {
-      const std::string text = e.what();
-      // The pending file names the path itself; the export checks do not.
-      if (text.rfind("cannot write", 0) == 0) throw;
-      throw std::runtime_error("cannot write '" + file.Path() + "': " + text);
-    }
-  });
+  RunStage("writing " + file.Path(), [&] { WriteMeshFile(mesh, description, file); });
 }
 
 }  // namespace

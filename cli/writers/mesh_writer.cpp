@@ -55,7 +55,11 @@ void WriteMesh(const ExportMesh& mesh, MeshFormat format, std::ostream& out) {
 
 void WriteMeshFile(const KLY_Mesh& mesh, const MeshDescription& description, PendingFile& file) {
   const MeshFormat format = FormatForPath(file.Path());
-  WriteMesh(ExportMesh(mesh, description), format, file.Stream());
+  try {
+    WriteMesh(ExportMesh(mesh, description), format, file.Stream());
+  } catch (const std::runtime_error& e) {
+    throw std::runtime_error("cannot write '" + file.Path() + "': " + e.what());
+  }
   file.Commit();
 }
 

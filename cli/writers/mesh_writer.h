@@ -19,7 +19,9 @@ MeshFormat FormatForPath(const std::string& path);
 // Writes `mesh` in `format` to `out`.
 void WriteMesh(const ExportMesh& mesh, MeshFormat format, std::ostream& out);
 
-// Writes `mesh` into `file` in the format of its path and commits it.
+// Writes `mesh` into `file` in the format of its path and commits it. Every
+// std::runtime_error leaves as "cannot write '<path>': <reason>"; a library failure number
+// (4363 for a degenerate triangle of a faceted mesh) passes as it is.
 void WriteMeshFile(const KLY_Mesh& mesh, const MeshDescription& description, PendingFile& file);
 
 // The path with `tag` before its extension: ("out/cube.glb", "front") -> "out/cube.front.glb".

@@ -164,11 +164,12 @@ class WeldTable {
         table_(kSlotsPerVertex * static_cast<uint32_t>(vertices.size()) + kExtraSlots, kFreeSlot) {}
 
   // The new index of vertex v; a new one compacts the vertex to slot unique_count_, which
-  // never lies after v, so no vertex is overwritten before it is read.
+  // never lies after v, so no vertex is overwritten before it is read. Vertices are placed in
+  // index order, each after a Prefetch of it.
   uint32_t Place(uint32_t v) {
     const ORT_Vector3T<double> p = vertices_[v].pos;
     const uint32_t size = static_cast<uint32_t>(table_.size());
-    const uint32_t first = FirstSlot(p, size);
+    const uint32_t first = ahead_[v % kRing];
     uint32_t slot = first;
     const uint32_t budget = grid_ ? kShortChainWithShortcut : kShortChain;
     for (uint32_t probes = 0; probes < budget; ++probes) {
@@ -181,6 +182,27 @@ class WeldTable {
   }
 
   uint32_t UniqueCount() const { return static_cast<uint32_t>(unique_count_); }
+
+  // Hints only, which change no result: the table and the vertices are read at random, so the
+  // first slot of vertex w is computed kAhead vertices early and its cache line requested,
+  // and half-way there the kept vertex that slot names is requested too.
+  void Prefetch(uint32_t w) {
+    const uint32_t count = static_cast<uint32_t>(vertices_.size());
+    if (w < count) {
+      const uint32_t slot = FirstSlot(vertices_[w].pos, static_cast<uint32_t>(table_.size()));
+      ahead_[w % kRing] = slot;
+      __builtin_prefetch(&table_[slot]);
+    }
+    const uint32_t half = w - kAhead / 2;
+    if (w >= kAhead / 2 && half < count) {
+      const int32_t e = table_[ahead_[half % kRing]];
+      if (e != kFreeSlot) __builtin_prefetch(&vertices_[e].pos);
+    }
+  }
+
+  static constexpr uint32_t kAhead = 16;
+  // Slots of the vertices from the one being placed to the farthest prefetched.
+  static constexpr uint32_t kRing = 2 * kAhead;
 
  private:
   uint32_t Occupy(uint32_t slot, uint32_t v) {
@@ -249,6 +271,7 @@ class WeldTable {
   std::unique_ptr<CellGrid> grid_;
   std::vector<uint32_t> slot_of_;
   std::vector<uint32_t> free_after_;
+  uint32_t ahead_[kRing];
 };
 
 }  // namespace
@@ -258,7 +281,11 @@ void KLY_Mesh::Weld(double tolerance) {
   const uint32_t count = GetNumVertices();
   std::vector<uint32_t> remap(count);
   WeldTable table(vertices, box);
-  for (uint32_t v = 0; v < count; ++v) remap[v] = table.Place(v);
+  for (uint32_t w = 0; w < WeldTable::kAhead; ++w) table.Prefetch(w);
+  for (uint32_t v = 0; v < count; ++v) {
+    table.Prefetch(v + WeldTable::kAhead);
+    remap[v] = table.Place(v);
+  }
   vertices.resize(table.UniqueCount());
 
   // Collapsed triangles keep their repeated indices; nothing is removed or recomputed.

@@ -7,25 +7,15 @@
 #include "kly/host/nut.h"
 #include "kly/mesh/mesh.h"
 #include "kly/package/failure.h"
+#include "tests/testing/mesh_access.h"
 #include "tests/testing/report_capture.h"
 
 namespace {
 
 using kly::testing::ThrownNumber;
 
-class TestMesh : public KLY_Mesh {
- public:
-  using KLY_Mesh::dirty;
-  using KLY_Mesh::materials;
-  using KLY_Mesh::triangles;
-  using KLY_Mesh::vertices;
-};
-
-KLY_Vertex At(double x, double y, double z) {
-  KLY_Vertex v;
-  v.SetPos({x, y, z});
-  return v;
-}
+using kly::testing::TestMesh;
+using kly::testing::VertexAt;
 
 KLY_Triangle Tri(uint32_t a, uint32_t b, uint32_t c, uint32_t material = 0) {
   KLY_Triangle t(a, b, c);
@@ -61,9 +51,9 @@ TEST(Mesh, ArrayProtocolOfASingleMesh) {
 
 TEST(Mesh, UpdateComputesBoundsAndFaceNormalsOnlyWhenDirty) {
   TestMesh mesh;
-  mesh.PushVertex(At(0, 0, 0));
-  mesh.PushVertex(At(1, 0, 0));
-  mesh.PushVertex(At(0, 1, 0));
+  mesh.PushVertex(VertexAt(0, 0, 0));
+  mesh.PushVertex(VertexAt(1, 0, 0));
+  mesh.PushVertex(VertexAt(0, 1, 0));
   mesh.PushFace(Tri(0, 1, 2));
   mesh.SetFacet(true);
   mesh.Update();  // clean: nothing happens
@@ -85,7 +75,7 @@ TEST(Mesh, UpdateComputesBoundsAndFaceNormalsOnlyWhenDirty) {
 
 TEST(Mesh, DegenerateFacetedTriangleFailsWith4363AndStaysDirty) {
   TestMesh mesh;
-  for (int i = 0; i < 3; ++i) mesh.PushVertex(At(i, i, i));  // collinear
+  for (int i = 0; i < 3; ++i) mesh.PushVertex(VertexAt(i, i, i));  // collinear
   mesh.PushFace(Tri(0, 1, 2));
   mesh.dirty = true;
   mesh.Update();  // not faceted: fine
@@ -102,7 +92,7 @@ TEST(Mesh, DegenerateFacetedTriangleFailsWith4363AndStaysDirty) {
 
 TEST(Mesh, PushVertexOfItsOwnElementWhileGrowing) {
   TestMesh mesh;
-  mesh.PushVertex(At(4, 5, 6));
+  mesh.PushVertex(VertexAt(4, 5, 6));
   mesh.vertices.shrink_to_fit();
   for (int i = 0; i < 20; ++i) mesh.PushVertex(mesh.vertices[0]);
   for (const KLY_Vertex& v : mesh.vertices) EXPECT_EQ(4.0, v.pos.x);
@@ -124,7 +114,7 @@ TEST(Mesh, MaterialTable) {
 
 TEST(Mesh, ClearGeometryKeepsMaterialsAndGivesEmptyBoundsAfterUpdate) {
   TestMesh mesh;
-  mesh.PushVertex(At(1, 1, 1));
+  mesh.PushVertex(VertexAt(1, 1, 1));
   mesh.AddMaterial(KLY_Material());
   mesh.ClearGeometry();
   EXPECT_TRUE(mesh.dirty);
@@ -137,8 +127,8 @@ TEST(Mesh, ClearGeometryKeepsMaterialsAndGivesEmptyBoundsAfterUpdate) {
 
 TEST(Mesh, GetVerticesForTriangleChecksEachIndexInTurn) {
   KLY_Mesh mesh;
-  mesh.PushVertex(At(1, 0, 0));
-  mesh.PushVertex(At(2, 0, 0));
+  mesh.PushVertex(VertexAt(1, 0, 0));
+  mesh.PushVertex(VertexAt(2, 0, 0));
   KLY_Vertex a, b, c;
   try {
     mesh.GetVerticesForTriangle(Tri(1, 5, 0), a, b, c);
@@ -152,10 +142,10 @@ TEST(Mesh, GetVerticesForTriangleChecksEachIndexInTurn) {
 
 TEST(Mesh, AppendOffsetsIndicesAndIgnoresTheOtherMaterials) {
   TestMesh a, b;
-  a.PushVertex(At(0, 0, 0));
-  b.PushVertex(At(1, 0, 0));
-  b.PushVertex(At(2, 0, 0));
-  b.PushVertex(At(3, 0, 0));
+  a.PushVertex(VertexAt(0, 0, 0));
+  b.PushVertex(VertexAt(1, 0, 0));
+  b.PushVertex(VertexAt(2, 0, 0));
+  b.PushVertex(VertexAt(3, 0, 0));
   b.PushFace(Tri(0, 1, 2, 7));
   b.AddMaterial(KLY_Material());
   a.AppendTriangleMesh(b);
@@ -168,7 +158,7 @@ TEST(Mesh, AppendOffsetsIndicesAndIgnoresTheOtherMaterials) {
 
 TEST(Mesh, SingleMaterialMeshKeepsSharedVerticesAndOldMaterialIndex) {
   TestMesh mesh;
-  for (int i = 0; i < 5; ++i) mesh.PushVertex(At(i, i * i, 0));
+  for (int i = 0; i < 5; ++i) mesh.PushVertex(VertexAt(i, i * i, 0));
   mesh.PushFace(Tri(0, 1, 2, 0));
   mesh.PushFace(Tri(4, 2, 3, 1));
   mesh.PushFace(Tri(2, 4, 1, 1));
@@ -200,7 +190,7 @@ TEST(Mesh, SingleMaterialMeshKeepsSharedVerticesAndOldMaterialIndex) {
 
 TEST(Mesh, FlipPolyAndFlipNormals) {
   TestMesh mesh;
-  KLY_Vertex v = At(0, 0, 0);
+  KLY_Vertex v = VertexAt(0, 0, 0);
   v.SetNormal({0.0, 1.0, -2.0});
   mesh.PushVertex(v);
   mesh.PushFace(Tri(0, 1, 2));
@@ -215,7 +205,7 @@ TEST(Mesh, FlipPolyAndFlipNormals) {
 
 TEST(Mesh, CollapseCopiesEverything) {
   TestMesh mesh;
-  mesh.PushVertex(At(1, 2, 3));
+  mesh.PushVertex(VertexAt(1, 2, 3));
   mesh.AddMaterial(KLY_Material());
   mesh.SetFacet(true);
   KLY_Mesh out;

@@ -7,25 +7,15 @@
 #include <vector>
 
 #include "kly/mesh/mesh.h"
+#include "tests/testing/mesh_access.h"
 #include "tests/testing/report_capture.h"
 
 namespace {
 
 using kly::testing::ThrownNumber;
 
-class TestMesh : public KLY_Mesh {
- public:
-  using KLY_Mesh::dirty;
-  using KLY_Mesh::transform;
-  using KLY_Mesh::triangles;
-  using KLY_Mesh::vertices;
-};
-
-KLY_Vertex At(double x, double y, double z) {
-  KLY_Vertex v;
-  v.SetPos({x, y, z});
-  return v;
-}
+using kly::testing::TestMesh;
+using kly::testing::VertexAt;
 
 KLY_Triangle Tri(uint32_t a, uint32_t b, uint32_t c, uint32_t material = 0) {
   KLY_Triangle t(a, b, c);
@@ -46,9 +36,9 @@ const ORT_PlaneEq kPlaneX{1, 0, 0, 0};
 // One triangle whose corners have the signed distances (x) given.
 TestMesh OneTriangle(double d0, double d1, double d2) {
   TestMesh mesh;
-  mesh.PushVertex(At(d0, 0, 0));
-  mesh.PushVertex(At(d1, 1, 0));
-  mesh.PushVertex(At(d2, 0, 1));
+  mesh.PushVertex(VertexAt(d0, 0, 0));
+  mesh.PushVertex(VertexAt(d1, 1, 0));
+  mesh.PushVertex(VertexAt(d2, 0, 1));
   mesh.PushFace(Tri(0, 1, 2, 5));
   mesh.Update();
   return mesh;
@@ -56,7 +46,7 @@ TestMesh OneTriangle(double d0, double d1, double d2) {
 
 TEST(SplitMesh, WholeMeshInFrontLeavesBackDirtyWithTheInputBounds) {
   TestMesh mesh;
-  for (int i = 0; i < 4; ++i) mesh.PushVertex(At(1 + i, i % 2, 0));
+  for (int i = 0; i < 4; ++i) mesh.PushVertex(VertexAt(1 + i, i % 2, 0));
   mesh.PushFace(Tri(0, 1, 2));
   mesh.PushFace(Tri(1, 3, 2));
   mesh.Update();
@@ -165,10 +155,10 @@ TEST(SplitMesh, CutVertexInterpolatesWithoutRenormalising) {
 
 TEST(SplitMesh, SharedCutEdgeGetsAVertexPerTriangle) {
   TestMesh mesh;
-  mesh.PushVertex(At(-1, 0, 0));
-  mesh.PushVertex(At(1, 0, 0));
-  mesh.PushVertex(At(0, 1, 0));
-  mesh.PushVertex(At(0, -1, 0));
+  mesh.PushVertex(VertexAt(-1, 0, 0));
+  mesh.PushVertex(VertexAt(1, 0, 0));
+  mesh.PushVertex(VertexAt(0, 1, 0));
+  mesh.PushVertex(VertexAt(0, -1, 0));
   mesh.PushFace(Tri(0, 1, 2));
   mesh.PushFace(Tri(1, 0, 3));
   TestMesh front, back;
@@ -209,7 +199,7 @@ TEST(SplitMesh, RandomMeshesKeepAreaAndSides) {
   std::uniform_real_distribution<double> u(-1.0, 1.0);
   for (int round = 0; round < 20; ++round) {
     TestMesh mesh;
-    for (int i = 0; i < 300; ++i) mesh.PushVertex(At(u(random), u(random), u(random)));
+    for (int i = 0; i < 300; ++i) mesh.PushVertex(VertexAt(u(random), u(random), u(random)));
     for (uint32_t i = 0; i < 300; i += 3) mesh.PushFace(Tri(i, i + 1, i + 2));
     double nx = u(random), ny = u(random), nz = u(random);
     const double len = std::sqrt(nx * nx + ny * ny + nz * nz);
@@ -245,12 +235,12 @@ TEST(SplitMeshByRectangle, CutsInPlacedSpaceAndAnswersInTheMeshsOwn) {
   // rectangle's corners (0,0), (1,0), (1,1) give the normal (1,0,0) x (1,1,0) = (0,0,1) at
   // z = 0.5, negated: front is where z < 0.5.
   TestMesh mesh;
-  mesh.PushVertex(At(0, 0, -0.8));
-  mesh.PushVertex(At(1, 0, -0.8));
-  mesh.PushVertex(At(0, 1, -0.8));
-  mesh.PushVertex(At(0, 0, 0));
-  mesh.PushVertex(At(1, 0, 0));
-  mesh.PushVertex(At(0, 1, 0));
+  mesh.PushVertex(VertexAt(0, 0, -0.8));
+  mesh.PushVertex(VertexAt(1, 0, -0.8));
+  mesh.PushVertex(VertexAt(0, 1, -0.8));
+  mesh.PushVertex(VertexAt(0, 0, 0));
+  mesh.PushVertex(VertexAt(1, 0, 0));
+  mesh.PushVertex(VertexAt(0, 1, 0));
   mesh.PushFace(Tri(0, 1, 2));
   mesh.PushFace(Tri(3, 4, 5));
   const ORT_Matrix4 placement = Translation(0, 0, 1);
@@ -289,8 +279,8 @@ TEST(SplitMeshByRectangle, DegenerateRectangleThrowsThePlaneStatus) {
 
 TEST(DoesMeshOverlapRectangle, ComparesPlacedBoxes) {
   TestMesh mesh;  // the box [0, 1]^3
-  mesh.PushVertex(At(0, 0, 0));
-  mesh.PushVertex(At(1, 1, 1));
+  mesh.PushVertex(VertexAt(0, 0, 0));
+  mesh.PushVertex(VertexAt(1, 1, 1));
   mesh.dirty = true;
   mesh.Update();
   const KLY_Rectangle square{2, 2, 3, 3};

@@ -6,14 +6,11 @@
 #include <vector>
 
 #include "kly/mesh/mesh.h"
+#include "tests/testing/mesh_access.h"
 
 namespace {
 
-class TestMesh : public KLY_Mesh {
- public:
-  using KLY_Mesh::triangles;
-  using KLY_Mesh::vertices;
-};
+using kly::testing::TestMesh;
 
 KLY_Vertex Corner(ORT_Vector3T<double> p, ORT_Vector2T<double> uv, ORT_Vector3T<double> n) {
   KLY_Vertex v;

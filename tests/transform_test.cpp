@@ -5,16 +5,12 @@
 
 #include "kly/mesh/mesh.h"
 #include "kly/package/failure.h"
+#include "tests/testing/mesh_access.h"
 #include "tests/testing/report_capture.h"
 
 namespace {
 
-class TestMesh : public KLY_Mesh {
- public:
-  using KLY_Mesh::dirty;
-  using KLY_Mesh::triangles;
-  using KLY_Mesh::vertices;
-};
+using kly::testing::TestMesh;
 
 TestMesh OneTriangle() {
   TestMesh mesh;

@@ -7,15 +7,11 @@
 #include <vector>
 
 #include "kly/mesh/mesh.h"
+#include "tests/testing/mesh_access.h"
 
 namespace {
 
-class TestMesh : public KLY_Mesh {
- public:
-  using KLY_Mesh::dirty;
-  using KLY_Mesh::triangles;
-  using KLY_Mesh::vertices;
-};
+using kly::testing::TestMesh;
 
 KLY_Vertex At(double x, double y, double z, double u = 0.0) {
   KLY_Vertex v;

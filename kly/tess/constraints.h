@@ -1,0 +1,31 @@
+// Segments, holes and conforming: the stages that make the input's outline true in the mesh.
+// Internal to kly/tess.
+#pragma once
+
+#include <cstdint>
+
+#include "kly/tess/mesh_structure.h"
+
+// Marks the handle's edge as a subsegment with `mark` (a mark already non-zero stays), and
+// gives its ends the mark where theirs is 0.
+void InsertSubsegment(TessMesh& m, const TessSwitches& sw, TriHandle handle, int32_t mark);
+
+// Forces the input's segments into the mesh (segments and markers as in TessRecord; markers
+// may be null). Skips, silently, segments with an end out of range or with equal ends.
+void InsertSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments,
+                    const int32_t* markers, int32_t count);
+
+// Makes every hull edge a subsegment with mark 1.
+void MarkHull(TessMesh& m, const TessSwitches& sw);
+
+// Eats the triangles outside the outline and in the holes, and spreads the regions.
+void CarveHoles(TessMesh& m, const TessSwitches& sw, const double* holes, int32_t holeCount,
+                const double* regions, int32_t regionCount);
+
+// Tests a subsegment for encroachment by the apexes on its sides, and pools it as bad when
+// encroached. Returns 0 (not encroached), 1 or 2 (the side first found), or 3 (both).
+int32_t CheckSegmentForEncroachment(TessMesh& m, const TessSwitches& sw, SubHandle testSubseg);
+
+// The refinement stage: splits encroached subsegments. The triangle criteria of switches q, a
+// and u are refused earlier, in triangulate.
+void EnforceQuality(TessMesh& m, const TessSwitches& sw);

@@ -1,0 +1,309 @@
+// Edge flips and the insertion of one vertex with Delaunay restoration round it (Lawson).
+#include "kly/tess/constraints.h"
+#include "kly/tess/construction.h"
+#include "kly/tess/failure.h"
+
+namespace {
+
+// After a rotation of the quadrilateral whose outer edges are topLeft, botLeft, botRight and
+// topRight, each outer edge's subsegment moves with it by one quarter turn.
+void RebondSubsegments(TessMesh& m, TriHandle topLeft, TriHandle botLeft, TriHandle botRight,
+                       TriHandle topRight) {
+  const SubHandle topLeftSub = TSPivot(topLeft);
+  const SubHandle botLeftSub = TSPivot(botLeft);
+  const SubHandle botRightSub = TSPivot(botRight);
+  const SubHandle topRightSub = TSPivot(topRight);
+  if (topLeftSub.ss == m.dummySubsegment) {
+    TSDissolve(m, topRight);
+  } else {
+    TSBond(topRight, topLeftSub);
+  }
+  if (botLeftSub.ss == m.dummySubsegment) {
+    TSDissolve(m, topLeft);
+  } else {
+    TSBond(topLeft, botLeftSub);
+  }
+  if (botRightSub.ss == m.dummySubsegment) {
+    TSDissolve(m, botLeft);
+  } else {
+    TSBond(botLeft, botRightSub);
+  }
+  if (topRightSub.ss == m.dummySubsegment) {
+    TSDissolve(m, botRight);
+  } else {
+    TSBond(botRight, topRightSub);
+  }
+}
+
+// The two triangles of a flipped edge share their attributes.
+void AverageAttributes(TessMesh& m, TriHandle a, TriHandle b) {
+  for (int i = 0; i < m.triangleAttributeCount; i++) {
+    const double value = 0.5 * (ElemAttribute(m, a, i) + ElemAttribute(m, b, i));
+    ElemAttribute(m, a, i) = value;
+    ElemAttribute(m, b, i) = value;
+  }
+}
+
+void CopyAttributes(TessMesh& m, TriHandle from, TriHandle to) {
+  for (int i = 0; i < m.triangleAttributeCount; i++)
+    ElemAttribute(m, to, i) = ElemAttribute(m, from, i);
+}
+
+inline bool IsBoundingVertex(const TessMesh& m, TessVertex v) {
+  return v == m.boundingVertex1 || v == m.boundingVertex2 || v == m.boundingVertex3;
+}
+
+// Rotates the quadrilateral around `edge` one quarter turn counterclockwise: the links of the
+// four outer edges move, the corners are rewritten by the caller.
+void RotateQuadrilateral(TessMesh& m, TriHandle edge, TriHandle top) {
+  const TriHandle topLeft = Lprev(top);
+  const TriHandle topLeftCasing = Sym(topLeft);
+  const TriHandle topRight = Lnext(top);
+  const TriHandle topRightCasing = Sym(topRight);
+  const TriHandle botLeft = Lnext(edge);
+  const TriHandle botLeftCasing = Sym(botLeft);
+  const TriHandle botRight = Lprev(edge);
+  const TriHandle botRightCasing = Sym(botRight);
+  Bond(topLeft, botLeftCasing);
+  Bond(botLeft, botRightCasing);
+  Bond(botRight, topRightCasing);
+  Bond(topRight, topLeftCasing);
+  if (m.checkSegments) RebondSubsegments(m, topLeft, botLeft, botRight, topRight);
+}
+
+}  // namespace
+
+void Flip(TessMesh& m, const TessSwitches&, TriHandle flipEdge) {
+  TessVertex right = Org(flipEdge);
+  TessVertex left = Dest(flipEdge);
+  TessVertex bot = Apex(flipEdge);
+  const TriHandle top = Sym(flipEdge);
+  TessVertex far = Apex(top);
+  RotateQuadrilateral(m, flipEdge, top);
+  SetOrg(flipEdge, far);
+  SetDest(flipEdge, bot);
+  SetApex(flipEdge, right);
+  SetOrg(top, bot);
+  SetDest(top, far);
+  SetApex(top, left);
+}
+
+InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex,
+                          TriHandle& searchTriangle, const SubHandle* splitSubsegment,
+                          bool segmentFlaws) {
+  TriHandle horiz;
+  LocateResult where;
+  if (splitSubsegment != nullptr) {
+    horiz = searchTriangle;
+    where = kOnEdge;
+  } else if (searchTriangle.tri == m.dummyTriangle) {
+    horiz = DummyHullEdge(m);
+    where = Locate(m, sw, vertex, horiz);
+  } else {
+    horiz = searchTriangle;
+    where = PreciseLocate(m, sw, vertex, horiz, true);
+  }
+
+  if (where == kOnVertex) {
+    searchTriangle = horiz;
+    m.recentTriangle = horiz;
+    return kDuplicateVertex;
+  }
+
+  if (where == kOnEdge || where == kOutside) {
+    if (m.checkSegments && splitSubsegment == nullptr) {
+      const SubHandle broken = TSPivot(horiz);
+      if (broken.ss != m.dummySubsegment) {
+        if (segmentFlaws) {
+          bool enqueue = sw.noBoundarySplits != 2;
+          if (enqueue && sw.noBoundarySplits == 1) enqueue = Sym(horiz).tri != m.dummyTriangle;
+          if (enqueue) {
+            BadSubsegment* bad = static_cast<BadSubsegment*>(PoolAlloc(m.badSubsegments));
+            bad->encodedSubsegment = EncodeSub(broken);
+            bad->subsegOrg = SOrg(broken);
+            bad->subsegDest = SDest(broken);
+          }
+        }
+        searchTriangle = horiz;
+        m.recentTriangle = horiz;
+        return kViolatingVertex;
+      }
+    }
+    // On an edge: one triangle becomes two, or, inside the mesh, two become four.
+    const TriHandle botRight = Lprev(horiz);
+    const TriHandle botRightCasing = Sym(botRight);
+    TriHandle topRight = Sym(horiz);
+    const bool mirror = topRight.tri != m.dummyTriangle;
+    TriHandle topRightCasing{}, newTopRight{};
+    if (mirror) {
+      topRight = Lnext(topRight);
+      topRightCasing = Sym(topRight);
+      newTopRight = MakeTriangle(m, sw);
+    } else {
+      m.hullSize++;
+    }
+    TriHandle newBotRight = MakeTriangle(m, sw);
+    TessVertex right = Org(horiz);
+    TessVertex bot = Apex(horiz);
+    SetOrg(newBotRight, bot);
+    SetDest(newBotRight, right);
+    SetApex(newBotRight, vertex);
+    SetOrg(horiz, vertex);
+    CopyAttributes(m, botRight, newBotRight);
+    if (mirror) {
+      TessVertex top = Dest(topRight);
+      SetOrg(newTopRight, right);
+      SetDest(newTopRight, top);
+      SetApex(newTopRight, vertex);
+      SetOrg(topRight, vertex);
+      CopyAttributes(m, topRight, newTopRight);
+    }
+    if (m.checkSegments) {
+      const SubHandle botRightSub = TSPivot(botRight);
+      if (botRightSub.ss != m.dummySubsegment) {
+        TSDissolve(m, botRight);
+        TSBond(newBotRight, botRightSub);
+      }
+      if (mirror) {
+        const SubHandle topRightSub = TSPivot(topRight);
+        if (topRightSub.ss != m.dummySubsegment) {
+          TSDissolve(m, topRight);
+          TSBond(newTopRight, topRightSub);
+        }
+      }
+    }
+    Bond(newBotRight, botRightCasing);
+    newBotRight = Lprev(newBotRight);
+    Bond(newBotRight, botRight);
+    newBotRight = Lprev(newBotRight);
+    if (mirror) {
+      Bond(newTopRight, topRightCasing);
+      newTopRight = Lnext(newTopRight);
+      Bond(newTopRight, topRight);
+      newTopRight = Lnext(newTopRight);
+      Bond(newTopRight, newBotRight);
+    }
+    if (splitSubsegment != nullptr) {
+      // The subsegment splits too: the old one keeps the part towards its origin, a new one
+      // takes the rest; both keep the segment's ends and mark.
+      SubHandle split = *splitSubsegment;
+      SetSDest(split, vertex);
+      TessVertex segmentOrg = SegOrg(split);
+      TessVertex segmentDest = SegDest(split);
+      split = SSym(split);
+      const SubHandle rightSub = SPivot(split);
+      InsertSubsegment(m, sw, newBotRight, SubsegMark(split));
+      SubHandle newSub = TSPivot(newBotRight);
+      SetSegOrg(newSub, segmentOrg);
+      SetSegDest(newSub, segmentDest);
+      SBond(split, newSub);
+      newSub = SSym(newSub);
+      SBond(newSub, rightSub);
+      split = SSym(split);
+      if (VertexMark(m, vertex) == 0) VertexMark(m, vertex) = SubsegMark(split);
+    }
+    horiz = Lnext(horiz);
+  } else {
+    // In a triangle: split in three.
+    const TriHandle botLeft = Lnext(horiz);
+    const TriHandle botRight = Lprev(horiz);
+    const TriHandle botLeftCasing = Sym(botLeft);
+    const TriHandle botRightCasing = Sym(botRight);
+    TriHandle newBotLeft = MakeTriangle(m, sw);
+    TriHandle newBotRight = MakeTriangle(m, sw);
+    TessVertex right = Org(horiz);
+    TessVertex left = Dest(horiz);
+    TessVertex bot = Apex(horiz);
+    SetOrg(newBotLeft, left);
+    SetDest(newBotLeft, bot);
+    SetApex(newBotLeft, vertex);
+    SetOrg(newBotRight, bot);
+    SetDest(newBotRight, right);
+    SetApex(newBotRight, vertex);
+    SetApex(horiz, vertex);
+    CopyAttributes(m, horiz, newBotLeft);
+    CopyAttributes(m, horiz, newBotRight);
+    if (m.checkSegments) {
+      const SubHandle botLeftSub = TSPivot(botLeft);
+      if (botLeftSub.ss != m.dummySubsegment) {
+        TSDissolve(m, botLeft);
+        TSBond(newBotLeft, botLeftSub);
+      }
+      const SubHandle botRightSub = TSPivot(botRight);
+      if (botRightSub.ss != m.dummySubsegment) {
+        TSDissolve(m, botRight);
+        TSBond(newBotRight, botRightSub);
+      }
+    }
+    Bond(newBotLeft, botLeftCasing);
+    Bond(newBotRight, botRightCasing);
+    newBotLeft = Lnext(newBotLeft);
+    newBotRight = Lprev(newBotRight);
+    Bond(newBotLeft, newBotRight);
+    newBotLeft = Lnext(newBotLeft);
+    Bond(botLeft, newBotLeft);
+    newBotRight = Lprev(newBotRight);
+    Bond(botRight, newBotRight);
+  }
+
+  // Walk round the new vertex; flip each edge opposite it that fails the circle test.
+  InsertResult result = kSuccessfulVertex;
+  TessVertex first = Org(horiz);
+  TessVertex right = first;
+  TessVertex left = Dest(horiz);
+  for (;;) {
+    bool doFlip = true;
+    if (m.checkSegments) {
+      const SubHandle check = TSPivot(horiz);
+      if (check.ss != m.dummySubsegment) {
+        doFlip = false;
+        if (segmentFlaws && CheckSegmentForEncroachment(m, sw, check) != 0) {
+          result = kEncroachingVertex;
+        }
+      }
+    }
+    if (doFlip) {
+      const TriHandle top = Sym(horiz);
+      if (top.tri == m.dummyTriangle) {
+        doFlip = false;
+      } else {
+        TessVertex far = Apex(top);
+        // The corners of the incremental path's bounding triangle stand for points at
+        // infinity.
+        if (IsBoundingVertex(m, left)) {
+          doFlip = CounterClockwise(m.counters, sw, vertex, right, far) > 0.0;
+        } else if (IsBoundingVertex(m, right)) {
+          doFlip = CounterClockwise(m.counters, sw, far, left, vertex) > 0.0;
+        } else if (IsBoundingVertex(m, far)) {
+          doFlip = false;
+        } else {
+          doFlip = NonRegular(m.counters, sw, left, vertex, right, far) > 0.0;
+        }
+        if (doFlip) {
+          RotateQuadrilateral(m, horiz, top);
+          SetOrg(horiz, far);
+          SetDest(horiz, vertex);
+          SetApex(horiz, right);
+          SetOrg(top, vertex);
+          SetDest(top, far);
+          SetApex(top, left);
+          AverageAttributes(m, horiz, top);
+          horiz = Lprev(horiz);
+          left = far;
+        }
+      }
+    }
+    if (!doFlip) {
+      horiz = Lnext(horiz);
+      const TriHandle test = Sym(horiz);
+      if (left == first || test.tri == m.dummyTriangle) {
+        searchTriangle = Lnext(horiz);
+        m.recentTriangle = searchTriangle;
+        return result;
+      }
+      horiz = Lnext(test);
+      right = left;
+      left = Dest(horiz);
+    }
+  }
+}

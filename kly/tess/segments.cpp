@@ -1,0 +1,455 @@
+// Forcing the input's segments into the mesh: by flips (constrained), or by splitting them at
+// midpoints (switch s, conforming).
+#include <algorithm>
+#include <climits>
+#include <exception>
+
+#include "kly/host/nut.h"
+#include "kly/tess/constraints.h"
+#include "kly/tess/construction.h"
+#include "kly/tess/failure.h"
+#include "kly/tess/triangulate.h"
+
+namespace {
+
+enum Direction { kWithin = 0, kLeftCollinear = 1, kRightCollinear = 2 };
+
+struct SegmentInserter {
+  TessMesh& m;
+  const TessSwitches& sw;
+  // Steps left for the segment being inserted. A correct insertion visits each vertex and
+  // flips each crossing edge a bounded number of times; rounding in crossing vertices that
+  // lie off their segments (a segment given twice after it was crossed, three segments
+  // through one point) can send the walk in circles, which this turns into a failure.
+  int64_t budget = 0;
+
+  void Spend() {
+    if (--budget < 0) TessFail("Internal error.");
+  }
+
+  double Ccw(const double* a, const double* b, const double* c) {
+    return CounterClockwise(m.counters, sw, a, b, c);
+  }
+
+  void RememberTriangle(TessVertex v, TriHandle t) {
+    if (sw.pslgInput) VertexToTriangle(m, v) = EncodeTri(t);
+  }
+
+  // Turns `handle` about its origin to the edge or wedge towards `target`. Exact predicates
+  // make the turn finite; the step bound only keeps a corrupted structure from spinning.
+  Direction FindDirection(TriHandle& handle, const double* target) {
+    TessVertex start = Org(handle);
+    double leftCcw = Ccw(target, start, Apex(handle));
+    bool leftFlag = leftCcw > 0.0;
+    double rightCcw = Ccw(start, target, Dest(handle));
+    bool rightFlag = rightCcw > 0.0;
+    if (leftFlag && rightFlag) {
+      // The triangle faces directly away from the target.
+      if (Onext(handle).tri == m.dummyTriangle) {
+        leftFlag = false;
+      } else {
+        rightFlag = false;
+      }
+    }
+    int64_t steps = 0;
+    const int64_t limit = static_cast<int64_t>(m.triangles.items) + 3;
+    while (leftFlag) {
+      handle = Onext(handle);
+      if (handle.tri == m.dummyTriangle || ++steps > limit) TessFail("Internal error.");
+      rightCcw = leftCcw;
+      leftCcw = Ccw(target, start, Apex(handle));
+      leftFlag = leftCcw > 0.0;
+    }
+    while (rightFlag) {
+      handle = Oprev(handle);
+      if (handle.tri == m.dummyTriangle || ++steps > limit) TessFail("Internal error.");
+      leftCcw = rightCcw;
+      rightCcw = Ccw(start, target, Dest(handle));
+      rightFlag = rightCcw > 0.0;
+    }
+    if (leftCcw == 0.0) return kLeftCollinear;
+    if (rightCcw == 0.0) return kRightCollinear;
+    return kWithin;
+  }
+
+  // Puts a vertex where the segment from the apex end1 of `crossHandle` to `target` crosses
+  // the subsegment on the handle's edge, and makes the piece from end1 to it a subsegment. On
+  // return `crossHandle` has the crossing vertex as its origin. A crossing that rounds onto an
+  // end of the crossed edge (or beyond) is that end: two vertices at one place would leave a
+  // zero-length edge and inverted triangles, as when a segment is given twice and already
+  // carries crossing vertices that lie off its line by a rounding.
+  void SegmentIntersection(TriHandle& crossHandle, SubHandle crossSub, const double* target,
+                           int32_t mark) {
+    TessVertex end1 = Apex(crossHandle);
+    TessVertex org = Org(crossHandle);
+    TessVertex dest = Dest(crossHandle);
+    const double tx = dest[0] - org[0];
+    const double ty = dest[1] - org[1];
+    const double ex = target[0] - end1[0];
+    const double ey = target[1] - end1[1];
+    const double etx = org[0] - target[0];
+    const double ety = org[1] - target[1];
+    const double denominator = ty * ex - tx * ey;
+    if (denominator == 0.0) TessFail("Internal error.");
+    const double split = (ey * etx - ex * ety) / denominator;
+    const double x = org[0] + split * (dest[0] - org[0]);
+    const double y = org[1] + split * (dest[1] - org[1]);
+    if (!(split > 0.0) || (x == org[0] && y == org[1])) {
+      InsertSubsegment(m, sw, Lprev(crossHandle), mark);
+      return;
+    }
+    if (!(split < 1.0) || (x == dest[0] && y == dest[1])) {
+      crossHandle = Lnext(crossHandle);
+      InsertSubsegment(m, sw, crossHandle, mark);
+      return;
+    }
+
+    TessVertex vertex = MakeVertex(m);
+    for (int i = 0; i < 2 + m.vertexAttributes; i++)
+      vertex[i] = org[i] + split * (dest[i] - org[i]);
+    VertexMark(m, vertex) = SubsegMark(crossSub);
+    VertexType(m, vertex) = kInputVertex;
+    if (InsertVertex(m, sw, vertex, crossHandle, &crossSub, false) != kSuccessfulVertex) {
+      TessFail("Internal error.");
+    }
+    RememberTriangle(vertex, crossHandle);
+    if (m.steinerLeft > 0) m.steinerLeft--;
+
+    // The crossed segment becomes two segments that end at the new vertex.
+    SubHandle half = SSym(crossSub);
+    SubHandle opposite = SPivot(half);
+    SDissolve(m, half);
+    SDissolve(m, opposite);
+    do {
+      SetSegOrg(half, vertex);
+      half = SNext(half);
+    } while (half.ss != m.dummySubsegment);
+    do {
+      SetSegOrg(opposite, vertex);
+      opposite = SNext(opposite);
+    } while (opposite.ss != m.dummySubsegment);
+
+    // The insertion may have flipped the edge to end1 away: find it again.
+    FindDirection(crossHandle, end1);
+    if (SamePoint(Apex(crossHandle), end1)) {
+      InsertSubsegment(m, sw, Lprev(crossHandle), mark);
+    } else if (SamePoint(Dest(crossHandle), end1)) {
+      InsertSubsegment(m, sw, crossHandle, mark);
+    } else {
+      TessFail("Internal error.");
+    }
+  }
+
+  // Walks from the handle's origin towards `target` along edges that already exist, making
+  // them subsegments. True when the target is reached; false when the way is blocked by an
+  // edge that must be dug through, with `handle` at the blocked wedge.
+  bool ScoutSegment(TriHandle& handle, const double* target, int32_t mark) {
+    for (;;) {
+      Spend();
+      const Direction direction = FindDirection(handle, target);
+      TessVertex dest = Dest(handle);
+      TessVertex apex = Apex(handle);
+      if (SamePoint(apex, target) || SamePoint(dest, target)) {
+        if (SamePoint(apex, target)) handle = Lprev(handle);
+        InsertSubsegment(m, sw, handle, mark);
+        return true;
+      }
+      if (direction == kLeftCollinear) {
+        // A vertex stands on the segment's way: the segment bends through it.
+        handle = Lprev(handle);
+        InsertSubsegment(m, sw, handle, mark);
+        continue;
+      }
+      if (direction == kRightCollinear) {
+        InsertSubsegment(m, sw, handle, mark);
+        handle = Lnext(handle);
+        continue;
+      }
+      TriHandle cross = Lnext(handle);
+      const SubHandle crossSub = TSPivot(cross);
+      if (crossSub.ss == m.dummySubsegment) return false;
+      // Two segments cross: put a vertex at the crossing and go on from it.
+      SegmentIntersection(cross, crossSub, target, mark);
+      handle = cross;
+    }
+  }
+
+  // Restores the Delaunay property on one side of a newly dug edge, flipping where a convex
+  // quadrilateral allows; reflex vertices wait for a later call. After a flip `fixup` is turned
+  // so that its origin stays the same vertex, for the caller to go on from.
+  void DelaunayFixup(TriHandle& fixup, bool leftSide) {
+    Spend();
+    const TriHandle near = Lnext(fixup);
+    TriHandle far = Sym(near);
+    if (far.tri == m.dummyTriangle) return;
+    if (HasSubsegment(m, near)) return;
+    TessVertex nearVertex = Apex(near);
+    TessVertex left = Org(near);
+    TessVertex right = Dest(near);
+    TessVertex farVertex = Apex(far);
+    if (leftSide) {
+      if (Ccw(nearVertex, left, farVertex) <= 0.0) return;
+    } else if (Ccw(farVertex, right, nearVertex) <= 0.0) {
+      return;
+    }
+    if (Ccw(right, left, farVertex) > 0.0 &&
+        InCircle(m.counters, sw, left, farVertex, right, nearVertex) <= 0.0) {
+      return;
+    }
+    Flip(m, sw, near);
+    fixup = Lprev(fixup);
+    DelaunayFixup(fixup, leftSide);
+    DelaunayFixup(far, leftSide);
+  }
+
+  // Digs a way by flips from the origin of `start` to `end2` and makes it a subsegment.
+  void ConstrainedEdge(TriHandle start, TessVertex end2, int32_t mark) {
+    for (;;) {
+      Spend();
+      TessVertex end1 = Org(start);
+      TriHandle fixup = Lnext(start);
+      Flip(m, sw, fixup);
+      bool collision = false;
+      bool crossed = false;
+      for (;;) {
+        Spend();
+        TessVertex far = Org(fixup);
+        if (SamePoint(far, end2)) {
+          TriHandle fixup2 = Oprev(fixup);
+          DelaunayFixup(fixup, false);
+          DelaunayFixup(fixup2, true);
+          break;
+        }
+        const double area = Ccw(end1, end2, far);
+        if (area == 0.0) {
+          // A vertex stands exactly on the segment.
+          collision = true;
+          TriHandle fixup2 = Oprev(fixup);
+          DelaunayFixup(fixup, false);
+          DelaunayFixup(fixup2, true);
+          break;
+        }
+        if (area > 0.0) {
+          TriHandle fixup2 = Oprev(fixup);
+          DelaunayFixup(fixup2, true);
+          fixup = Lprev(fixup);
+        } else {
+          DelaunayFixup(fixup, false);
+          fixup = Oprev(fixup);
+        }
+        const SubHandle crossSub = TSPivot(fixup);
+        if (crossSub.ss == m.dummySubsegment) {
+          Flip(m, sw, fixup);
+        } else {
+          collision = true;
+          crossed = true;
+          SegmentIntersection(fixup, crossSub, end2, mark);
+          break;
+        }
+      }
+      if (!crossed) InsertSubsegment(m, sw, fixup, mark);
+      if (!collision) return;
+      // Go on from the vertex that stopped the dig.
+      if (ScoutSegment(fixup, end2, mark)) return;
+      start = fixup;
+    }
+  }
+
+  // Switch s: splits the segment at its midpoint until each piece is an edge.
+  void ConformingEdge(TessVertex end1, TessVertex end2, int32_t mark) {
+    TessVertex vertex = MakeVertex(m);
+    for (int i = 0; i < 2 + m.vertexAttributes; i++) vertex[i] = 0.5 * (end1[i] + end2[i]);
+    if (SamePoint(vertex, end1) || SamePoint(vertex, end2)) {
+      KillVertex(m, vertex);
+      TessFail("Precision error.");
+    }
+    VertexMark(m, vertex) = mark;
+    VertexType(m, vertex) = kSegmentVertex;
+    TriHandle search1{m.dummyTriangle, 0};
+    const InsertResult result = InsertVertex(m, sw, vertex, search1, nullptr, false);
+    if (result == kDuplicateVertex) {
+      KillVertex(m, vertex);
+      vertex = Org(search1);
+    } else {
+      if (result == kViolatingVertex) TessFail("Internal error.");
+      if (m.steinerLeft > 0) m.steinerLeft--;
+    }
+    TriHandle search2 = search1;
+    FindDirection(search2, end2);
+    if (!ScoutSegment(search1, end1, mark)) ConformingEdge(Org(search1), end1, mark);
+    if (!ScoutSegment(search2, end2, mark)) ConformingEdge(Org(search2), end2, mark);
+  }
+
+  // Finds a handle whose origin is `end`: from the vertex map, else by point location.
+  TriHandle FindEndpoint(TessVertex end) {
+    const TessWord encoded = VertexToTriangle(m, end);
+    if (encoded != 0) {
+      const TriHandle handle = DecodeTri(encoded);
+      if (!IsDeadTriangle(handle.tri) && Org(handle) == end) return handle;
+    }
+    TriHandle handle = DummyHullEdge(m);
+    if (Locate(m, sw, end, handle) != kOnVertex) TessFail("Internal error.");
+    return handle;
+  }
+
+  void InsertSegment(TessVertex end1, TessVertex end2, int32_t mark) {
+    budget = 8 * (static_cast<int64_t>(m.triangles.items) + m.vertices.items) + 64;
+    TriHandle search1 = FindEndpoint(end1);
+    m.recentTriangle = search1;
+    if (ScoutSegment(search1, end2, mark)) return;
+    end1 = Org(search1);
+
+    TriHandle search2 = FindEndpoint(end2);
+    m.recentTriangle = search2;
+    if (ScoutSegment(search2, end1, mark)) return;
+    end2 = Org(search2);
+
+    if (sw.splitSegments) {
+      ConformingEdge(end1, end2, mark);
+    } else {
+      ConstrainedEdge(search1, end2, mark);
+    }
+  }
+};
+
+}  // namespace
+
+void InsertSubsegment(TessMesh& m, const TessSwitches&, TriHandle handle, int32_t mark) {
+  TessVertex org = Org(handle);
+  TessVertex dest = Dest(handle);
+  if (VertexMark(m, org) == 0) VertexMark(m, org) = mark;
+  if (VertexMark(m, dest) == 0) VertexMark(m, dest) = mark;
+  SubHandle sub = TSPivot(handle);
+  if (sub.ss == m.dummySubsegment) {
+    sub = MakeSubsegment(m);
+    SetSOrg(sub, dest);
+    SetSDest(sub, org);
+    SetSegOrg(sub, dest);
+    SetSegDest(sub, org);
+    TSBond(handle, sub);
+    const TriHandle opposite = Sym(handle);
+    if (opposite.tri != m.dummyTriangle) TSBond(opposite, SSym(sub));
+    SubsegMark(sub) = mark;
+  } else if (SubsegMark(sub) == 0) {
+    SubsegMark(sub) = mark;
+  }
+}
+
+namespace {
+
+constexpr uint16_t kSiteSegmentBuckets = 0x1C;
+constexpr uint16_t kSiteSegmentOrder = 0x1D;
+constexpr uint16_t kSiteSegmentPlan = 0x1E;
+constexpr int64_t kSkipSegment = INT64_MIN;
+
+// What to do with each input segment: kSkipSegment, or insert it with the mark given. A
+// segment given more than once (either way round) is inserted once, at its first place, with
+// the first non-zero mark of its copies, which is what inserting every copy would leave. The
+// copies are not inserted: once crossings have split the first one, its pieces lie off the
+// line of the copy by a rounding, and walking that line again would cross them anew.
+void PlanSegments(const TessMesh& m, const TessSwitches& sw, const int32_t* segments,
+                  const int32_t* markers, int32_t count, int64_t* plan, int32_t* buckets,
+                  int32_t* order) {
+  const int64_t first = sw.firstIndex;
+  const int64_t last = first + m.inVertices - 1;
+  const auto lower = [&](int32_t i) {
+    return static_cast<int32_t>(std::min(segments[2 * i], segments[2 * i + 1]) - first);
+  };
+  const auto upper = [&](int32_t i) { return std::max(segments[2 * i], segments[2 * i + 1]); };
+  // Bucket the valid segments by their lower end (a counting sort), then order each bucket by
+  // upper end and input place; copies end up side by side.
+  for (int32_t i = 0; i < count; i++) {
+    const int64_t end1 = segments[2 * i];
+    const int64_t end2 = segments[2 * i + 1];
+    const bool valid = end1 >= first && end1 <= last && end2 >= first && end2 <= last;
+    plan[i] = valid ? (markers != nullptr ? markers[i] : 0) : kSkipSegment;
+    if (valid) buckets[lower(i) + 1]++;
+  }
+  for (int32_t v = 0; v < m.inVertices; v++) buckets[v + 1] += buckets[v];
+  for (int32_t i = 0; i < count; i++) {
+    if (plan[i] != kSkipSegment) order[buckets[lower(i)]++] = i;
+  }
+  int32_t begin = 0;
+  for (int32_t v = 0; v < m.inVertices; v++) {
+    const int32_t end = buckets[v];
+    if (end - begin > 1) {
+      std::sort(order + begin, order + end, [&](int32_t a, int32_t b) {
+        return upper(a) != upper(b) ? upper(a) < upper(b) : a < b;
+      });
+      for (int32_t k = begin; k < end;) {
+        int32_t next = k + 1;
+        int64_t mark = plan[order[k]];
+        while (next < end && upper(order[next]) == upper(order[k])) {
+          if (mark == 0) mark = plan[order[next]];
+          plan[order[next]] = kSkipSegment;
+          next++;
+        }
+        plan[order[k]] = mark;
+        k = next;
+      }
+    }
+    begin = end;
+  }
+}
+
+}  // namespace
+
+void InsertSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments,
+                    const int32_t* markers, int32_t count) {
+  m.inSegments = count;
+  if (m.triangles.items == 0 || count <= 0) return;
+  // The vertex map: each vertex names a triangle of which it is the origin.
+  TraversalInit(m.triangles);
+  for (TessWord* tri = TriangleTraverse(m); tri != nullptr; tri = TriangleTraverse(m)) {
+    for (uint32_t orient = 0; orient < 3; orient++) {
+      const TriHandle handle{tri, orient};
+      VertexToTriangle(m, Org(handle)) = EncodeTri(handle);
+    }
+  }
+
+  int64_t* plan = nullptr;
+  int32_t* buckets = nullptr;
+  int32_t* order = nullptr;
+  int32_t code = 0;
+  try {
+    plan = static_cast<int64_t*>(
+        TessAllocArray(kSiteSegmentPlan, static_cast<uint32_t>(count), sizeof(int64_t)));
+    buckets = static_cast<int32_t*>(TessAllocArray(
+        kSiteSegmentBuckets, static_cast<uint32_t>(m.inVertices) + 1, sizeof(int32_t)));
+    order = static_cast<int32_t*>(
+        TessAllocArray(kSiteSegmentOrder, static_cast<uint32_t>(count), sizeof(int32_t)));
+    PlanSegments(m, sw, segments, markers, count, plan, buckets, order);
+    SegmentInserter inserter{m, sw};
+    for (int32_t i = 0; i < count; i++) {
+      if (plan[i] == kSkipSegment) continue;
+      TessVertex v1 = GetVertex(m, sw, segments[2 * i]);
+      TessVertex v2 = GetVertex(m, sw, segments[2 * i + 1]);
+      if (SamePoint(v1, v2)) continue;
+      inserter.InsertSegment(v1, v2, static_cast<int32_t>(plan[i]));
+    }
+  } catch (const TriangleFailure&) {
+    code = 10;
+  } catch (int32_t number) {
+    code = number;
+  } catch (const std::exception& e) {
+    code = NUT_TranslateAndReportException(e);
+  }
+  TessFree(order);
+  TessFree(buckets);
+  TessFree(plan);
+  if (code != 0) throw code;
+}
+
+void MarkHull(TessMesh& m, const TessSwitches& sw) {
+  TriHandle hull = DummyHullEdge(m);
+  const TriHandle start = hull;
+  do {
+    InsertSubsegment(m, sw, hull, 1);
+    hull = Lnext(hull);
+    TriHandle next = Oprev(hull);
+    while (next.tri != m.dummyTriangle) {
+      hull = next;
+      next = Oprev(hull);
+    }
+  } while (!SameHandle(hull, start));
+}

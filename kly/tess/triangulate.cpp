@@ -1,0 +1,235 @@
+// triangulate: the phases of one run, in their fixed order, inside one failure route.
+//
+// Input that the engine refuses, each with a failure that leaves triangulate as the int32_t 10
+// after all records are freed:
+//   - fewer than three points;
+//   - a NaN or infinite coordinate, or one beyond 1e60 in magnitude: the predicates' error
+//     bounds and the in-circle test's fourth powers must stay clear of overflow, and a NaN
+//     would make every orientation test false and a walk through the mesh endless;
+//   - all points equal ("Input vertices are all identical.");
+//   - a missing array that a non-zero count asks for, or the same record as input and output;
+//   - switches q, a (with a number or without), u, o2 and r: this build has no triangle
+//     refinement, no second-order output and no rebuilding of a given triangulation.
+// All points on one line are no failure: the result has no triangles, and no segment can be
+// placed. Segments naming a vertex outside the input, or with equal ends, are skipped.
+#include <cmath>
+#include <exception>
+
+#include "kly/host/nut.h"
+#include "kly/tess/constraints.h"
+#include "kly/tess/construction.h"
+#include "kly/tess/exact_arithmetic.h"
+#include "kly/tess/failure.h"
+#include "kly/tess/output.h"
+#include "kly/tess/triangulate.h"
+
+namespace {
+
+constexpr double kLargestCoordinate = 1e60;
+
+void RefuseMissingStages(const TessSwitches& sw) {
+  if (sw.minAngle > 0.0 || sw.fixedArea || sw.areaPerTriangle || sw.userTest) {
+    TessFail("Quality refinement (switches q, a and u) is not available in this build.");
+  }
+  if (sw.elementOrder > 1)
+    TessFail("Second order triangles (switch o2) are not available in this build.");
+  if (sw.refineInput)
+    TessFail("Refining a triangulation (switch r) is not available in this build.");
+}
+
+// Moves the input points into the vertex pool and finds their bounding rectangle.
+void TransferVertices(TessMesh& m, TessSwitches& sw, const TessRecord& in) {
+  m.inVertices = in.pointCount;
+  m.vertexAttributes = in.pointAttributeCount;
+  if (m.inVertices < 3) TessFail("Input must have at least three input vertices.");
+  if (in.points == nullptr) TessFail("Input points are missing.");
+  if (m.vertexAttributes < 0 || (m.vertexAttributes > 0 && in.pointAttributes == nullptr)) {
+    TessFail("Input point attributes are missing.");
+  }
+  if (m.vertexAttributes == 0) sw.weightMode = 0;
+
+  m.vertexMarkIndex = ((2 + m.vertexAttributes) * 8 + 3) / 4;
+  uint32_t vertexBytes = static_cast<uint32_t>((m.vertexMarkIndex + 2) * 4);
+  m.vertexToTriangleIndex = 0;
+  if (sw.pslgInput) {
+    m.vertexToTriangleIndex = static_cast<int32_t>((vertexBytes + 7) / 8);
+    vertexBytes = static_cast<uint32_t>((m.vertexToTriangleIndex + 1) * 8);
+  }
+  const uint32_t firstBlock = m.inVertices > static_cast<int32_t>(kVerticesPerBlock)
+                                  ? static_cast<uint32_t>(m.inVertices)
+                                  : kVerticesPerBlock;
+  PoolInit(m.vertices, vertexBytes, kVerticesPerBlock, firstBlock, 8);
+
+  const int32_t attributes = m.vertexAttributes;
+  for (int32_t i = 0; i < m.inVertices; i++) {
+    TessVertex v = MakeVertex(m);
+    const double x = in.points[2 * static_cast<size_t>(i)];
+    const double y = in.points[2 * static_cast<size_t>(i) + 1];
+    if (!(std::fabs(x) <= kLargestCoordinate && std::fabs(y) <= kLargestCoordinate)) {
+      TessFail("Input coordinates must be finite and at most 1e60 in magnitude.");
+    }
+    v[0] = x;
+    v[1] = y;
+    for (int32_t j = 0; j < attributes; j++) {
+      v[2 + j] = in.pointAttributes[static_cast<size_t>(i) * attributes + j];
+    }
+    VertexMark(m, v) = in.pointMarkers != nullptr ? in.pointMarkers[i] : 0;
+    if (i == 0) {
+      m.xMin = m.xMax = x;
+      m.yMin = m.yMax = y;
+    } else {
+      m.xMin = x < m.xMin ? x : m.xMin;
+      m.xMax = x > m.xMax ? x : m.xMax;
+      m.yMin = y < m.yMin ? y : m.yMin;
+      m.yMax = y > m.yMax ? y : m.yMax;
+    }
+  }
+  const double left = 10.0 * m.xMin;
+  const double right = 9.0 * m.xMax;
+  m.xMinExtreme = left - right;
+}
+
+int32_t BuildDelaunay(TessMesh& m, const TessSwitches& sw) {
+  m.triangleAttributeCount = 0;
+  InitTriangleSubsegmentPools(m, sw);
+  if (sw.incrementalBuild) return IncrementalDelaunay(m, sw);
+  if (sw.sweepBuild) return SweepDelaunay(m, sw);
+  return DivideAndConquerDelaunay(m, sw);
+}
+
+void SetOutputCounts(TessMesh& m, const TessSwitches& sw, const TessRecord& in, TessRecord& out,
+                     TessRecord* dual) {
+  out.triangleLimit = in.triangleLimit;
+  out.pointCount = m.vertices.items - (sw.dropUnused ? m.removedVertices : 0);
+  out.pointAttributeCount = m.vertexAttributes;
+  out.triangleCount = m.triangles.items;
+  out.cornerCount = (sw.elementOrder + 1) * (sw.elementOrder + 2) / 2;
+  out.triangleAttributeCount = m.triangleAttributeCount;
+  out.edgeCount = m.edgeCount;
+  out.segmentCount = sw.useSegments ? m.subsegments.items : m.hullSize;
+  if (dual != nullptr) {
+    dual->pointCount = m.triangles.items;
+    dual->pointAttributeCount = m.vertexAttributes;
+    dual->edgeCount = m.edgeCount;
+  }
+}
+
+void Run(TessMesh& m, TessSwitches& sw, const char* switchText, TessRecord& in, TessRecord& out,
+         TessRecord* dual) {
+  m.triangleLimit = in.triangleLimit;
+  ParseSwitches(switchText, sw);
+  RefuseMissingStages(sw);
+  if (&in == &out || &in == dual || &out == dual) {
+    TessFail("Input, output and dual records must be separate.");
+  }
+  m.steinerLeft = sw.steinerLimit;
+
+  TransferVertices(m, sw, in);
+  m.hullSize = BuildDelaunay(m, sw);
+  if (m.triangles.items == 0) m.hullSize = 0;
+  m.boundingVertex1 = m.boundingVertex2 = m.boundingVertex3 = nullptr;
+
+  if (sw.useSegments) {
+    m.checkSegments = 1;
+    if (sw.pslgInput) {
+      const int32_t count = in.segmentCount > 0 ? in.segmentCount : 0;
+      if (count > 0 && in.segments == nullptr) TessFail("Input segments are missing.");
+      InsertSegments(m, sw, in.segments, in.segmentMarkers, count);
+    } else {
+      m.inSegments = 0;
+    }
+    if ((sw.convexHullSegments || !sw.pslgInput) && m.triangles.items > 0) MarkHull(m, sw);
+  }
+
+  if (sw.pslgInput && m.triangles.items > 0) {
+    m.holeCount = in.holeCount > 0 ? in.holeCount : 0;
+    m.regionCount = in.regionCount > 0 ? in.regionCount : 0;
+    if (m.holeCount > 0 && in.holes == nullptr) TessFail("Input holes are missing.");
+    if (m.regionCount > 0 && in.regions == nullptr) TessFail("Input regions are missing.");
+    CarveHoles(m, sw, in.holes, m.holeCount, in.regions, m.regionCount);
+  } else {
+    m.holeCount = 0;
+    m.regionCount = 0;
+  }
+
+  if (sw.qualityMesh && m.triangles.items > 0) EnforceQuality(m, sw);
+
+  m.edgeCount = (3 * m.triangles.items + m.hullSize) / 2;
+  SetOutputCounts(m, sw, in, out, dual);
+
+  WriteVertices(m, sw, out);
+  if (!sw.noTriangleOutput) WriteTriangles(m, sw, out);
+  if ((sw.pslgInput || sw.convexHullSegments) && !sw.noSegmentOutput) {
+    WriteSegments(m, sw, out);
+  }
+  out.holeCount = m.holeCount;
+  out.regionCount = m.regionCount;
+  if (sw.pslgInput) {
+    // The seeds change owner: from here on only the output holds them.
+    if (out.holes != in.holes) TessFree(out.holes);
+    if (out.regions != in.regions) TessFree(out.regions);
+    out.holes = in.holes;
+    out.regions = in.regions;
+    in.holes = nullptr;
+    in.regions = nullptr;
+  } else {
+    out.holes = nullptr;
+    out.regions = nullptr;
+  }
+  if (sw.writeEdges || sw.writeDual || sw.writeNeighbors) NumberTriangles(m, sw);
+  if (sw.writeEdges) WriteEdges(m, sw, out);
+  if (sw.writeDual && dual != nullptr) WriteDual(m, sw, *dual);
+  if (sw.writeNeighbors) WriteNeighbors(m, sw, out);
+
+  if (sw.verbosity > 0 && !sw.quiet) ComputeStatistics(m, sw);
+  if (sw.checkResult) {
+    CheckMesh(m, sw);
+    CheckDelaunay(m, sw);
+  }
+}
+
+}  // namespace
+
+void triangulate(const char* switchText, TessRecord* in, TessRecord* out, TessRecord* vorout) {
+  // The mesh lives on the stack: about 90 kB, most of it the refinement stage's queues.
+  TessMesh m;
+  MeshZero(m);
+  m.recentTriangle = {nullptr, 0};
+  m.removedVertices = 0;
+  m.samples = 1;
+  m.checkSegments = 0;
+  m.checkQuality = 0;
+  m.vertexFileRead = 0;
+  m.meshDimension = 2;
+  m.counters = TessCounters{};
+  m.inSegments = m.holeCount = m.regionCount = 0;
+  m.hullSize = 0;
+  m.edgeCount = 0;
+  m.triangleAttributeCount = 0;
+  m.vertexAttributes = 0;
+  m.triangleNumberIndex = 0;
+  m.firstNonemptyQueue = -1;
+  m.lastFlip = nullptr;
+  gTessRandomSeed.store(1, std::memory_order_relaxed);
+  ExactInit();
+
+  TessSwitches sw;
+  int32_t code = 0;
+  try {
+    if (in == nullptr || out == nullptr) TessFail("Input and output records are required.");
+    Run(m, sw, switchText, *in, *out, vorout);
+  } catch (const TriangleFailure&) {
+    code = 10;
+  } catch (int32_t number) {
+    code = number;
+  } catch (const std::exception& e) {
+    code = NUT_TranslateAndReportException(e);
+  }
+  MeshTearDown(m);
+  if (code != 0) {
+    TessFreeRecord(in);
+    TessFreeRecord(out);
+    TessFreeRecord(vorout);
+    throw code;
+  }
+}

@@ -414,10 +414,10 @@ int32_t RemoveGhosts(TessMesh& m, const TessSwitches& sw, TriHandle startGhost) 
     const TriHandle deadTriangle = Lnext(dissolveEdge);
     dissolveEdge = Sym(Lprev(dissolveEdge));
     if (dissolveEdge.tri != m.dummyTriangle) {
-      if (!sw.pslgInput) {
-        TessVertex org = Org(dissolveEdge);
-        if (VertexMark(m, org) == 0) VertexMark(m, org) = 1;
-      }
+      // On a collinear input the neighbour is a ghost too, whose origin may be its null
+      // vertex; the real vertices are all reached through the other ghosts.
+      TessVertex org = Org(dissolveEdge);
+      if (!sw.pslgInput && org != nullptr && VertexMark(m, org) == 0) VertexMark(m, org) = 1;
       // When all vertices are collinear the neighbour is another ghost, perhaps already
       // killed; only a live real triangle is cut loose.
       if (!IsDeadTriangle(dissolveEdge.tri) && Apex(dissolveEdge) != nullptr) {

@@ -1,5 +1,6 @@
 // Hole carving and regions: an infection spreads from the hull and from each hole seed through
 // every edge that no subsegment protects; the infected triangles are eaten.
+#include <cmath>
 #include <exception>
 
 #include "kly/host/nut.h"
@@ -165,7 +166,9 @@ bool InBounds(const TessMesh& m, const double* point) {
 
 // The triangle that holds `seed`, or the dummy. Only a seed left of the hull edge that the
 // dummy names is looked for: from the wrong side the location would answer falsely.
-TriHandle FindSeedTriangle(TessMesh& m, const TessSwitches& sw, const double* seed) {
+TriHandle FindSeedTriangle(TessMesh& m, const TessSwitches& sw, const double* input) {
+  const double seed[2] = {std::ldexp(input[0], m.coordinateExponent),
+                          std::ldexp(input[1], m.coordinateExponent)};
   if (!InBounds(m, seed)) return {m.dummyTriangle, 0};
   TriHandle search = DummyHullEdge(m);
   if (CounterClockwise(m.counters, sw, Org(search), Dest(search), seed) <= 0.0) {

@@ -128,6 +128,9 @@ struct TessMesh {
   // writers. It is the word after word 5 when that word is free, else a word appended to the
   // record, so that numbering never overwrites the subsegment or attribute words.
   int32_t triangleNumberIndex;
+  // The points are held scaled by 2^coordinateExponent (0 for ordinary magnitudes); seeds are
+  // scaled on reading and results scaled back on writing.
+  int32_t coordinateExponent;
 };
 
 extern const uint32_t plus1mod3[3];
@@ -348,6 +351,8 @@ TessWord* SubsegmentTraverse(TessMesh& m);
 TessVertex VertexTraverse(TessMesh& m);
 // The vertex numbered `number` (counted from switches.firstIndex) by a walk over the blocks.
 TessVertex GetVertex(TessMesh& m, const TessSwitches& b, int32_t number);
+// The 0-based input number of an input vertex: input vertices fill the first block in order.
+int32_t InputVertexIndex(const TessMesh& m, TessVertex v);
 
 // Sets up the record layout, the triangle and subsegment pools and the dummies.
 void InitTriangleSubsegmentPools(TessMesh& m, const TessSwitches& b);

@@ -166,6 +166,11 @@ TessVertex GetVertex(TessMesh& m, const TessSwitches& b, int32_t number) {
                                       static_cast<size_t>(index) * m.vertices.itemBytes);
 }
 
+int32_t InputVertexIndex(const TessMesh& m, TessVertex v) {
+  const char* first = FirstItem(m.vertices.firstBlock, m.vertices.alignBytes);
+  return static_cast<int32_t>((reinterpret_cast<const char*>(v) - first) / m.vertices.itemBytes);
+}
+
 void InitTriangleSubsegmentPools(TessMesh& m, const TessSwitches& b) {
   m.highorderIndex = 6 + (b.useSegments ? 3 : 0);
   uint32_t triBytes = static_cast<uint32_t>(

@@ -340,30 +340,44 @@ namespace {
 constexpr uint16_t kSiteSegmentBuckets = 0x1C;
 constexpr uint16_t kSiteSegmentOrder = 0x1D;
 constexpr uint16_t kSiteSegmentPlan = 0x1E;
+constexpr uint16_t kSiteSegmentEnds = 0x1F;
 constexpr int64_t kSkipSegment = INT64_MIN;
 
-// What to do with each input segment: kSkipSegment, or insert it with the mark given. A
-// segment given more than once (either way round) is inserted once, at its first place, with
-// the first non-zero mark of its copies, which is what inserting every copy would leave. The
-// copies are not inserted: once crossings have split the first one, its pieces lie off the
-// line of the copy by a rounding, and walking that line again would cross them anew.
-void PlanSegments(const TessMesh& m, const TessSwitches& sw, const int32_t* segments,
-                  const int32_t* markers, int32_t count, int64_t* plan, int32_t* buckets,
-                  int32_t* order) {
+// What to do with each input segment: kSkipSegment, or insert it with the mark given, between
+// the vertices `ends` names (0-based; a duplicate input vertex is replaced by the one kept).
+// A segment given more than once (either way round, or through duplicate vertices) is inserted
+// once, at its first place, with the first non-zero mark of its copies, which is what
+// inserting every copy would leave. The copies are not inserted: once crossings have split the
+// first one, its pieces lie off the line of the copy by a rounding, and walking that line
+// again would cross them anew.
+void PlanSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments,
+                  const int32_t* markers, int32_t count, int64_t* plan, int32_t* ends,
+                  int32_t* buckets, int32_t* order) {
   const int64_t first = sw.firstIndex;
   const int64_t last = first + m.inVertices - 1;
-  const auto lower = [&](int32_t i) {
-    return static_cast<int32_t>(std::min(segments[2 * i], segments[2 * i + 1]) - first);
+  const auto canonical = [&](int32_t number) {
+    TessVertex v = GetVertex(m, sw, number);
+    if (VertexType(m, v) == kUndeadVertex) {
+      TriHandle search = DummyHullEdge(m);
+      if (Locate(m, sw, v, search) != kOnVertex) TessFail("Internal error.");
+      v = Org(search);
+    }
+    return InputVertexIndex(m, v);
   };
-  const auto upper = [&](int32_t i) { return std::max(segments[2 * i], segments[2 * i + 1]); };
+  const auto lower = [&](int32_t i) { return std::min(ends[2 * i], ends[2 * i + 1]); };
+  const auto upper = [&](int32_t i) { return std::max(ends[2 * i], ends[2 * i + 1]); };
   // Bucket the valid segments by their lower end (a counting sort), then order each bucket by
   // upper end and input place; copies end up side by side.
   for (int32_t i = 0; i < count; i++) {
     const int64_t end1 = segments[2 * i];
     const int64_t end2 = segments[2 * i + 1];
-    const bool valid = end1 >= first && end1 <= last && end2 >= first && end2 <= last;
-    plan[i] = valid ? (markers != nullptr ? markers[i] : 0) : kSkipSegment;
-    if (valid) buckets[lower(i) + 1]++;
+    plan[i] = kSkipSegment;
+    if (end1 < first || end1 > last || end2 < first || end2 > last) continue;
+    ends[2 * i] = canonical(segments[2 * i]);
+    ends[2 * i + 1] = canonical(segments[2 * i + 1]);
+    if (ends[2 * i] == ends[2 * i + 1]) continue;
+    plan[i] = markers != nullptr ? markers[i] : 0;
+    buckets[lower(i) + 1]++;
   }
   for (int32_t v = 0; v < m.inVertices; v++) buckets[v + 1] += buckets[v];
   for (int32_t i = 0; i < count; i++) {
@@ -408,23 +422,23 @@ void InsertSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments
   }
 
   int64_t* plan = nullptr;
+  int32_t* ends = nullptr;
   int32_t* buckets = nullptr;
   int32_t* order = nullptr;
   int32_t code = 0;
   try {
-    plan = static_cast<int64_t*>(
-        TessAllocArray(kSiteSegmentPlan, static_cast<uint32_t>(count), sizeof(int64_t)));
+    const uint32_t n = static_cast<uint32_t>(count);
+    plan = static_cast<int64_t*>(TessAllocArray(kSiteSegmentPlan, n, sizeof(int64_t)));
+    ends = static_cast<int32_t*>(TessAllocArray(kSiteSegmentEnds, n, 2 * sizeof(int32_t)));
     buckets = static_cast<int32_t*>(TessAllocArray(
         kSiteSegmentBuckets, static_cast<uint32_t>(m.inVertices) + 1, sizeof(int32_t)));
-    order = static_cast<int32_t*>(
-        TessAllocArray(kSiteSegmentOrder, static_cast<uint32_t>(count), sizeof(int32_t)));
-    PlanSegments(m, sw, segments, markers, count, plan, buckets, order);
+    order = static_cast<int32_t*>(TessAllocArray(kSiteSegmentOrder, n, sizeof(int32_t)));
+    PlanSegments(m, sw, segments, markers, count, plan, ends, buckets, order);
     SegmentInserter inserter{m, sw};
     for (int32_t i = 0; i < count; i++) {
       if (plan[i] == kSkipSegment) continue;
-      TessVertex v1 = GetVertex(m, sw, segments[2 * i]);
-      TessVertex v2 = GetVertex(m, sw, segments[2 * i + 1]);
-      if (SamePoint(v1, v2)) continue;
+      TessVertex v1 = GetVertex(m, sw, ends[2 * i] + sw.firstIndex);
+      TessVertex v2 = GetVertex(m, sw, ends[2 * i + 1] + sw.firstIndex);
       inserter.InsertSegment(v1, v2, static_cast<int32_t>(plan[i]));
     }
   } catch (const TriangleFailure&) {
@@ -436,6 +450,7 @@ void InsertSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments
   }
   TessFree(order);
   TessFree(buckets);
+  TessFree(ends);
   TessFree(plan);
   if (code != 0) throw code;
 }

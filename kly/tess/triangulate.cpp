@@ -3,16 +3,22 @@
 // Input that the engine refuses, each with a failure that leaves triangulate as the int32_t 10
 // after all records are freed:
 //   - fewer than three points;
-//   - a NaN or infinite coordinate, or one beyond 1e60 in magnitude: the predicates' error
-//     bounds and the in-circle test's fourth powers must stay clear of overflow, and a NaN
-//     would make every orientation test false and a walk through the mesh endless;
+//   - a NaN or infinite coordinate: a NaN makes every orientation test false and a walk
+//     through the mesh endless, an infinity makes NaNs of the differences;
 //   - all points equal ("Input vertices are all identical.");
 //   - a missing array that a non-zero count asks for, or the same record as input and output;
 //   - switches q, a (with a number or without), u, o2 and r: this build has no triangle
 //     refinement, no second-order output and no rebuilding of a given triangulation.
+// Coordinates of any magnitude are taken: when the largest lies outside 2^-64 to 2^64, the
+// engine works on the points scaled by a power of two that brings it near 1, which changes no
+// predicate's sign and keeps the in-circle test's fourth powers clear of overflow and
+// underflow, and scales its results back exactly. A point set that spans more than about
+// 2^900 between its smallest and largest coordinates still loses its smallest ones.
 // All points on one line are no failure: the result has no triangles, and no segment can be
 // placed. Segments naming a vertex outside the input, or with equal ends, are skipped.
+#include <cfloat>
 #include <cmath>
+#include <cstdlib>
 #include <exception>
 
 #include "kly/host/nut.h"
@@ -25,7 +31,8 @@
 
 namespace {
 
-constexpr double kLargestCoordinate = 1e60;
+// Outside this range of the largest coordinate the points are scaled (see the head).
+constexpr int kLargestUnscaledExponent = 64;
 
 void RefuseMissingStages(const TessSwitches& sw) {
   if (sw.minAngle > 0.0 || sw.fixedArea || sw.areaPerTriangle || sw.userTest) {
@@ -60,14 +67,22 @@ void TransferVertices(TessMesh& m, TessSwitches& sw, const TessRecord& in) {
                                   : kVerticesPerBlock;
   PoolInit(m.vertices, vertexBytes, kVerticesPerBlock, firstBlock, 8);
 
+  double largest = 0.0;
+  for (size_t i = 0; i < 2 * static_cast<size_t>(m.inVertices); i++) {
+    const double magnitude = std::fabs(in.points[i]);
+    if (!(magnitude <= DBL_MAX)) TessFail("Input coordinates must be finite.");
+    largest = magnitude > largest ? magnitude : largest;
+  }
+  m.coordinateExponent = 0;
+  if (largest > 0.0 && std::abs(std::ilogb(largest)) > kLargestUnscaledExponent) {
+    m.coordinateExponent = -std::ilogb(largest);
+  }
+
   const int32_t attributes = m.vertexAttributes;
   for (int32_t i = 0; i < m.inVertices; i++) {
     TessVertex v = MakeVertex(m);
-    const double x = in.points[2 * static_cast<size_t>(i)];
-    const double y = in.points[2 * static_cast<size_t>(i) + 1];
-    if (!(std::fabs(x) <= kLargestCoordinate && std::fabs(y) <= kLargestCoordinate)) {
-      TessFail("Input coordinates must be finite and at most 1e60 in magnitude.");
-    }
+    const double x = std::ldexp(in.points[2 * static_cast<size_t>(i)], m.coordinateExponent);
+    const double y = std::ldexp(in.points[2 * static_cast<size_t>(i) + 1], m.coordinateExponent);
     v[0] = x;
     v[1] = y;
     for (int32_t j = 0; j < attributes; j++) {
@@ -208,6 +223,7 @@ void triangulate(const char* switchText, TessRecord* in, TessRecord* out, TessRe
   m.triangleAttributeCount = 0;
   m.vertexAttributes = 0;
   m.triangleNumberIndex = 0;
+  m.coordinateExponent = 0;
   m.firstNonemptyQueue = -1;
   m.lastFlip = nullptr;
   gTessRandomSeed.store(1, std::memory_order_relaxed);

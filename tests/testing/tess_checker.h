@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -45,24 +46,41 @@ struct TessExpectation {
   // When not empty: vertex pairs of closed contours whose even-odd interior is the domain
   // (every hole seeded); the centre of every triangle must lie inside it.
   std::vector<int32_t> domain_boundary;
-  // The domain's area; NaN leaves the area unchecked. See ConvexHullArea for "Qz" domains.
+  // The domain's area is area * 2^area_exponent (so that areas of tiny coordinates, far below
+  // the smallest double, stay exact); a NaN area is not checked. See ConvexHullArea.
   double area = 0.0 / 0.0;
+  int area_exponent = 0;
 };
 
 // Everything found wrong with `out` as a triangulation of `in`; empty when it is valid.
 std::vector<std::string> CheckTriangulation(const PlanarGraph& in, const Triangulation& out,
                                             const TessExpectation& expect);
 
-// Area of the convex hull of the finite input points (hull found with exact orientation).
-double ConvexHullArea(const std::vector<double>& points);
+// Area of the convex hull of the finite input points (hull found with exact orientation),
+// as area * 2^exponent when `exponent` is given, else in plain units.
+double ConvexHullArea(const std::vector<double>& points, int* exponent = nullptr);
 
 // Area of the even-odd interior of closed, pairwise non-crossing polygons, each given as x, y
-// pairs: nested polygons alternate between filled and hole by their depth.
-double EvenOddArea(const std::vector<std::vector<double>>& polygons);
+// pairs: nested polygons alternate between filled and hole by their depth. Polygons must not
+// repeat an edge of another (see SegmentsRepeat).
+// The exponent works as for ConvexHullArea.
+double EvenOddArea(const std::vector<std::vector<double>>& polygons, int* exponent = nullptr);
 
-// Whether (x, y) lies inside the even-odd interior of the graph's segments (exact test; a
-// point on a segment counts as neither and gives false).
-bool InsideEvenOdd(const PlanarGraph& graph, double x, double y);
+// Whether two segments of `in` join the same two places (in either direction).
+bool SegmentsRepeat(const PlanarGraph& in);
+
+// The even-odd interior of a graph's distinct segments, for repeated inside tests (exact; a
+// point on a segment counts as outside).
+class EvenOddRegion {
+ public:
+  explicit EvenOddRegion(const PlanarGraph& graph);
+  ~EvenOddRegion();
+  bool Inside(double x, double y) const;
+
+ private:
+  class Fill;
+  std::unique_ptr<Fill> fill_;
+};
 
 // Whether any two segments of `in` cross at a point interior to both (exact test; segments
 // through a vertex or overlapping collinearly do not count).

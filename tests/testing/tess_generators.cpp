@@ -2,6 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
+#include <sstream>
+#include <utility>
+
+#include "tests/testing/exact_sign.h"
 
 namespace kly {
 namespace testing {
@@ -49,6 +54,22 @@ std::vector<int32_t> StarContour(TessRandom& random, PlanarGraph& g, double cx, 
   }
   if (clockwise) std::reverse(vertices.begin(), vertices.end());
   return vertices;
+}
+
+Point2 PointOf(const PlanarGraph& g, int32_t v) {
+  return {g.points[2 * v], g.points[2 * v + 1]};
+}
+
+// Appends the parameters along a-b where other segments of `g` cross it, sorted with the rest.
+void AddCrossingParameters(const PlanarGraph& g, Point2 a, Point2 b, std::vector<double>& cuts) {
+  for (size_t s = 0; s + 1 < g.segments.size(); s += 2) {
+    const Point2 c = PointOf(g, g.segments[s]), d = PointOf(g, g.segments[s + 1]);
+    if (OrientSign(a, b, c) * OrientSign(a, b, d) >= 0) continue;
+    if (OrientSign(c, d, a) * OrientSign(c, d, b) >= 0) continue;
+    const double ex = b.x - a.x, ey = b.y - a.y, fx = d.x - c.x, fy = d.y - c.y;
+    cuts.push_back(((c.x - a.x) * fy - (c.y - a.y) * fx) / (ex * fy - ey * fx));
+  }
+  std::sort(cuts.begin(), cuts.end());
 }
 
 }  // namespace
@@ -116,13 +137,15 @@ TessCase PolygonWithHoles(uint64_t seed, int32_t outer, int32_t holes, bool squa
              {}};
   TessRandom random(seed);
   AddContour(c, StarContour(random, c.graph, 0, 0, outer, 0.6 * kRadius, kRadius, false));
-  // Holes sit in the cells of a k x k grid inside the square of half side 0.4 R, which the
-  // outline (radius at least 0.6 R) encloses.
+  // Holes sit in the cells of a k x k grid inside the square of half side 0.3 R. With at least
+  // 8 outline vertices, at angular gaps below 1.5 / 8 of a turn and radii of 0.6 R or more,
+  // every chord stays 0.6 R cos(0.59) > 0.49 R from the centre: beyond the square's corners.
+  if (outer < 8) holes = 0;
   const auto k = static_cast<int32_t>(std::ceil(std::sqrt(static_cast<double>(holes))));
-  const double cell = 0.8 * kRadius / std::max(k, 1);
+  const double cell = 0.6 * kRadius / std::max(k, 1);
   for (int32_t h = 0; h < holes; ++h) {
-    const double cx = std::round(-0.4 * kRadius + cell * (h % k + 0.5));
-    const double cy = std::round(-0.4 * kRadius + cell * (h / k + 0.5));
+    const double cx = std::round(-0.3 * kRadius + cell * (h % k + 0.5));
+    const double cy = std::round(-0.3 * kRadius + cell * (h / k + 0.5));
     if (square_holes) {
       const double r = std::round(0.3 * cell);
       AddContour(c, {AddPoint(c.graph, cx - r, cy - r), AddPoint(c.graph, cx - r, cy + r),
@@ -144,8 +167,13 @@ TessCase CrossingSegments(uint64_t seed, int32_t points, int32_t segments) {
   AddSquare(c, 0.0, 1.0);
   for (int32_t i = 0; i < points; ++i)
     AddPoint(c.graph, 0.01 + 0.98 * random.Uniform(), 0.01 + 0.98 * random.Uniform());
-  for (int32_t s = 0; s < segments; ++s)
-    AddSegment(c.graph, 4 + random.Below(points), 4 + random.Below(points));
+  // No pair twice: a repeated segment through a rounded crossing vertex may cross it again,
+  // which DuplicatePoints covers.
+  std::set<std::pair<int32_t, int32_t>> used;
+  for (int32_t s = 0; s < segments; ++s) {
+    const int32_t a = 4 + random.Below(points), b = 4 + random.Below(points);
+    if (used.insert({std::min(a, b), std::max(a, b)}).second) AddSegment(c.graph, a, b);
+  }
   c.contours.clear();  // the square is the hull: its area is the domain's
   return c;
 }
@@ -215,21 +243,28 @@ TessCase GlyphCase(const std::string& name, const std::vector<host::OutlinePolyl
     for (const auto& p : line) vertices.push_back(AddPoint(c.graph, p.x, p.y));
     AddContour(c, vertices);
   }
-  // Next to each contour one side is filled and the other not; a point just off the first
-  // edge on the unfilled side seeds that region (the unbounded one goes anyway).
+  // Next to each edge one side is filled and the other not; a point just off the edge on the
+  // unfilled side seeds that region (the unbounded one goes anyway). Every edge is seeded, for
+  // a region may be closed by several contours touching at corners; where contours cross,
+  // every piece of an edge between crossings may face a region of its own.
+  const bool crossing = SegmentsCross(c.graph);
+  const EvenOddRegion region(c.graph);
   for (const auto& contour : c.contours) {
     for (size_t i = 0; i < contour.size(); ++i) {
       const int32_t a = contour[i], b = contour[(i + 1) % contour.size()];
-      const double ax = c.graph.points[2 * a], ay = c.graph.points[2 * a + 1];
-      const double bx = c.graph.points[2 * b], by = c.graph.points[2 * b + 1];
-      const double mx = 0.5 * (ax + bx), my = 0.5 * (ay + by);
-      const double nx = -(by - ay) * 1e-3, ny = (bx - ax) * 1e-3;
-      const bool left_filled = InsideEvenOdd(c.graph, mx + nx, my + ny);
-      const bool right_filled = InsideEvenOdd(c.graph, mx - nx, my - ny);
-      if (left_filled == right_filled) continue;  // a seed would sit on another contour
-      c.graph.holes.push_back(left_filled ? mx - nx : mx + nx);
-      c.graph.holes.push_back(left_filled ? my - ny : my + ny);
-      break;
+      const Point2 pa = PointOf(c.graph, a), pb = PointOf(c.graph, b);
+      std::vector<double> cuts = {0.0, 1.0};
+      if (crossing) AddCrossingParameters(c.graph, pa, pb, cuts);
+      for (size_t k = 0; k + 1 < cuts.size(); ++k) {
+        const double t = 0.5 * (cuts[k] + cuts[k + 1]), d = 1e-3 * (cuts[k + 1] - cuts[k]);
+        const double mx = pa.x + t * (pb.x - pa.x), my = pa.y + t * (pb.y - pa.y);
+        const double nx = -(pb.y - pa.y) * d, ny = (pb.x - pa.x) * d;
+        const bool left_filled = region.Inside(mx + nx, my + ny);
+        const bool right_filled = region.Inside(mx - nx, my - ny);
+        if (left_filled == right_filled) continue;  // a seed would sit on another contour
+        c.graph.holes.push_back(left_filled ? mx - nx : mx + nx);
+        c.graph.holes.push_back(left_filled ? my - ny : my + ny);
+      }
     }
   }
   return c;
@@ -237,7 +272,9 @@ TessCase GlyphCase(const std::string& name, const std::vector<host::OutlinePolyl
 
 TessCase Transformed(const TessCase& base, double scale, double offset) {
   TessCase c = base;
-  c.name += " scaled " + std::to_string(scale) + " offset " + std::to_string(offset);
+  std::ostringstream name;
+  name << " scaled " << scale << " offset " << offset;
+  c.name += name.str();
   for (double& v : c.graph.points) v = v * scale + offset;
   for (double& v : c.graph.holes) v = v * scale + offset;
   return c;
@@ -253,8 +290,8 @@ std::vector<int32_t> ContourSegments(const TessCase& c) {
   return pairs;
 }
 
-double DomainArea(const TessCase& c) {
-  if (c.contours.empty()) return ConvexHullArea(c.graph.points);
+double DomainArea(const TessCase& c, int* exponent) {
+  if (c.contours.empty()) return ConvexHullArea(c.graph.points, exponent);
   std::vector<std::vector<double>> polygons;
   for (const auto& contour : c.contours) {
     std::vector<double> xy;
@@ -264,7 +301,7 @@ double DomainArea(const TessCase& c) {
     }
     polygons.push_back(std::move(xy));
   }
-  return EvenOddArea(polygons);
+  return EvenOddArea(polygons, exponent);
 }
 
 }  // namespace testing

@@ -42,9 +42,10 @@ TessCase IntegerGrid(int32_t columns, int32_t rows, bool duplicates);
 TessCase GridWithSegmentsThroughVertices(int32_t size);
 // A star-shaped outline of `outer` integer vertices (radius up to 2^20) around `holes`
 // disjoint star-shaped holes, each with a seed; with `square_holes` the holes are squares.
+// Outlines of fewer than 8 vertices get no holes, which might not fit inside them.
 TessCase PolygonWithHoles(uint64_t seed, int32_t outer, int32_t holes, bool square_holes);
 // Random segments between random points inside a square closed by its four sides: they cross
-// often, and all of them lie in the domain.
+// often, and all of them lie in the domain. No two join the same pair of points.
 TessCase CrossingSegments(uint64_t seed, int32_t points, int32_t segments);
 // Pairs of long segments crossing at tiny angles inside a closing square.
 TessCase NearParallelCrossings(uint64_t seed, int32_t pairs);
@@ -62,7 +63,8 @@ TessCase Transformed(const TessCase& base, double scale, double offset);
 std::vector<int32_t> ContourSegments(const TessCase& c);
 
 // The area a correct result covers: the even-odd area of the contours, or the hull's.
-double DomainArea(const TessCase& c);
+// The exponent works as for ConvexHullArea.
+double DomainArea(const TessCase& c, int* exponent = nullptr);
 
 }  // namespace testing
 }  // namespace kly

@@ -80,6 +80,15 @@ TEST(TessRegression, RepeatedCrossedSegmentKeepsOtherEdgesDelaunay) {
   ExpectValidOrTen("Qpz", in, TessKind::kConstrained);
 }
 
+// Found by the fuzzer: four points whose differences span 1e-323 to 1, so that most products
+// in the predicates underflow. Hole carving then walked the hull into a null triangle under
+// "Qpz" and "VpDz"; a crash is never a defined result.
+TEST(TessRegression, UnderflowingPointsDoNotCrashHoleCarving) {
+  const PlanarGraph in{{1, 1e-150, 1e-200, 1e-190, 5e-323, 0, 0, 0}, {}, {}};
+  ExpectValidOrTen("Qpz", in, TessKind::kConstrained);
+  ExpectValidOrTen("VpDz", in, TessKind::kConforming);
+}
+
 }  // namespace
 }  // namespace testing
 }  // namespace kly

@@ -451,8 +451,35 @@ class Checker {
         findings_.Add("segment (", a, ", ", b, ") has an end that no triangle uses");
         continue;
       }
-      WalkSegment(ia->second, ib->second, adjacent);
+      if (expect_.kind == TessKind::kDelaunay || !SubsegmentPath(ia->second, ib->second))
+        WalkSegment(ia->second, ib->second, adjacent);
     }
+  }
+
+  // Whether output subsegments on the segment ab (within rounding for added vertices, which
+  // near-parallel crossings may place out of order) join a to b.
+  bool SubsegmentPath(int32_t a, int32_t b) {
+    if (subsegment_adjacent_.empty()) {
+      subsegment_adjacent_.resize(out_.PointCount());
+      for (size_t s = 0; s + 1 < out_.segments.size(); s += 2) {
+        subsegment_adjacent_[out_.segments[s]].push_back(out_.segments[s + 1]);
+        subsegment_adjacent_[out_.segments[s + 1]].push_back(out_.segments[s]);
+      }
+    }
+    std::vector<int32_t> stack = {a};
+    std::set<int32_t> seen = {a};
+    while (!stack.empty()) {
+      const int32_t v = stack.back();
+      stack.pop_back();
+      for (int32_t w : subsegment_adjacent_[v]) {
+        if (w == b) return true;
+        const bool on_segment = w < in_.PointCount() ? OrientSign(P(a), P(b), P(w)) == 0 &&
+                                                           DotSign(P(w), P(a), P(b)) < 0
+                                                     : NearSegment(P(a), P(b), P(w));
+        if (on_segment && seen.insert(w).second) stack.push_back(w);
+      }
+    }
+    return false;
   }
 
   // Follows triangle edges from a to b along the segment; every step must end on the segment
@@ -461,14 +488,18 @@ class Checker {
     int32_t current = a;
     for (int32_t steps = 0; current != b && steps <= out_.PointCount(); ++steps) {
       int32_t next = -1;
+      bool along_subsegment = false;
       for (int32_t w : adjacent[current]) {
-        if (w == b) {
-          next = b;
-          break;
+        const bool on_segment = w == b || (w < in_.PointCount() ? OrientSign(P(a), P(b), P(w)) == 0
+                                                                : NearSegment(P(a), P(b), P(w)));
+        if (!on_segment || (w != b && DotSign(P(w), P(current), P(b)) >= 0)) continue;
+        // Near-parallel segments put added vertices of one within rounding of the other;
+        // of several steps the one along a subsegment is the segment's own.
+        const bool subsegment = constraints_.count(UndirectedKey(current, w)) > 0;
+        if (next < 0 || (subsegment && !along_subsegment) || (w == b && subsegment)) {
+          next = w;
+          along_subsegment = subsegment;
         }
-        const bool on_segment = w < in_.PointCount() ? OrientSign(P(a), P(b), P(w)) == 0
-                                                     : NearSegment(P(a), P(b), P(w));
-        if (on_segment && DotSign(P(w), P(current), P(b)) < 0) next = w;
       }
       if (next < 0) {
         findings_.Add("segment (", a, ", ", b, ") is not covered by edges: stuck at vertex ",
@@ -545,6 +576,7 @@ class Checker {
   std::set<uint64_t> constraints_;
   std::vector<bool> used_;
   std::map<Point2, int32_t, XYLess> canonical_;
+  std::vector<std::vector<int32_t>> subsegment_adjacent_;
 };
 
 }  // namespace

@@ -80,6 +80,24 @@ TEST(TessRegression, RepeatedCrossedSegmentKeepsOtherEdgesDelaunay) {
   ExpectValidOrTen("Qpz", in, TessKind::kConstrained);
 }
 
+// A piece of an integer grid scaled by 1e-300 (so rounded off its lines) with segments along
+// it: products of coordinate differences underflow, and the edge 4-8 was left with vertex 7
+// strictly inside the circle of 4, 8, 6 (confirmed with rational arithmetic).
+TEST(TessRegression, GridScaledTo1em300KeepsEdgesDelaunay) {
+  const PlanarGraph in{{1e-300, 0,      4e-300, 0,      4e-300, 1e-300, 0, 2e-300, 1e-300, 2e-300,
+                        4e-300, 2e-300, 0,      3e-300, 1e-300, 3e-300, 0, 4e-300, 1e-300, 4e-300},
+                       {8, 6, 6, 3, 3, 5, 0, 9, 8, 1},
+                       {}};
+  ExpectValidOrTen("Qpz", in, TessKind::kConstrained);
+}
+
+// Four points in general position (every triple turns strictly, by exact arithmetic) whose
+// determinants underflow: the plain triangulation kept one triangle and dropped a vertex.
+TEST(TessRegression, UnderflowingPointsKeepEveryVertexUnderPlainDelaunay) {
+  ExpectValidOrTen("Qz", {{1, 1e-150, 1e-200, 1e-190, 5e-323, 0, 0, 0}, {}, {}},
+                   TessKind::kDelaunay);
+}
+
 // Found by the fuzzer: four points whose differences span 1e-323 to 1, so that most products
 // in the predicates underflow. Hole carving then walked the hull into a null triangle under
 // "Qpz" and "VpDz"; a crash is never a defined result.

@@ -1,6 +1,7 @@
-// The peer: CGAL's Delaunay, constrained Delaunay and conforming Delaunay triangulations on
-// the same inputs as tess_bench, for the ratio of the two. CGAL's constrained runs insert the
-// constraints only; the engine also carves the holes, so its figures include a little more.
+// The engine against its peer in one run: each input of tess_bench goes to the engine and to
+// CGAL's Delaunay, constrained Delaunay or conforming Delaunay triangulation, one benchmark
+// after the other, for the ratio. CGAL's constrained runs insert the constraints only; the
+// engine also carves the holes, so its figures include a little more work.
 #include <CGAL/Constrained_Delaunay_triangulation_2.h>
 #include <CGAL/Delaunay_triangulation_2.h>
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
@@ -10,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "bench/tess_engine_run.h"
 #include "bench/tess_inputs.h"
 
 namespace {
@@ -48,6 +50,12 @@ void Report(benchmark::State& state, const tess_bench::Graph& g, std::size_t fac
       benchmark::Counter(g.PointCount() * iterations, benchmark::Counter::kIsRate);
 }
 
+void BM_EngineRandomPointsDelaunay(benchmark::State& state) {
+  tess_bench::RunEngine(state, "Qz",
+                        tess_bench::UniformPoints(static_cast<int32_t>(state.range(0))));
+}
+BENCHMARK(BM_EngineRandomPointsDelaunay)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+
 void BM_CgalRandomPointsDelaunay(benchmark::State& state) {
   const tess_bench::Graph g = tess_bench::UniformPoints(static_cast<int32_t>(state.range(0)));
   const std::vector<Point> points = PointsOf(g);
@@ -73,15 +81,30 @@ void RunConstrained(benchmark::State& state, const tess_bench::Graph& g, bool co
   Report(state, g, faces);
 }
 
+void BM_EnginePolygonWithHolesConstrained(benchmark::State& state) {
+  tess_bench::RunEngine(state, "Qpz", tess_bench::PolygonWithSquareHoles(100000, 1000));
+}
+BENCHMARK(BM_EnginePolygonWithHolesConstrained)->Unit(benchmark::kMillisecond);
+
 void BM_CgalPolygonWithHolesConstrained(benchmark::State& state) {
   RunConstrained(state, tess_bench::PolygonWithSquareHoles(100000, 1000), false);
 }
 BENCHMARK(BM_CgalPolygonWithHolesConstrained)->Unit(benchmark::kMillisecond);
 
+void BM_EngineDejaVuGlyphRowConstrained(benchmark::State& state) {
+  tess_bench::RunEngine(state, "Qpz", tess_bench::GlyphRow(kDejaVuSans));
+}
+BENCHMARK(BM_EngineDejaVuGlyphRowConstrained)->Unit(benchmark::kMillisecond);
+
 void BM_CgalDejaVuGlyphRowConstrained(benchmark::State& state) {
   RunConstrained(state, tess_bench::GlyphRow(kDejaVuSans), false);
 }
 BENCHMARK(BM_CgalDejaVuGlyphRowConstrained)->Unit(benchmark::kMillisecond);
+
+void BM_EngineStarConforming(benchmark::State& state) {
+  tess_bench::RunEngine(state, "VpDz", tess_bench::StarPolygon(10000));
+}
+BENCHMARK(BM_EngineStarConforming)->Unit(benchmark::kMillisecond);
 
 void BM_CgalStarConforming(benchmark::State& state) {
   RunConstrained(state, tess_bench::StarPolygon(10000), true);

@@ -93,7 +93,17 @@ void SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
   CheckSegmentForEncroachment(m, sw, SNext(current));
 }
 
+// Segments that meet or cross at a tiny angle are split, shell by shell, about as many times
+// as the inverse of the angle before the splits reach the precision of the coordinates:
+// millions of vertices for an outline that crosses itself almost in parallel. The stage gives
+// up long before that. The bound is far above what a reasonable outline needs (a circle of n
+// points gains none; an acute corner some tens a shell).
+constexpr int64_t kSplitsPerVertex = 256;
+constexpr int64_t kSplitsBeyondVertices = 1 << 20;
+
 void SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw) {
+  const int64_t bound = kSplitsPerVertex * m.inVertices + kSplitsBeyondVertices;
+  int64_t splits = 0;
   while (m.badSubsegments.items > 0 && m.steinerLeft != 0) {
     TraversalInit(m.badSubsegments);
     for (BadSubsegment* bad = NextBadSubsegment(m); bad != nullptr && m.steinerLeft != 0;
@@ -102,6 +112,8 @@ void SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw) {
       // Skip a record whose subsegment was split or eaten since it was found.
       if (!IsDeadSubsegment(current.ss) && SOrg(current) == bad->subsegOrg &&
           SDest(current) == bad->subsegDest) {
+        if (++splits > bound)
+          TessFail("Conforming refinement does not end: segments meet at too small an angle.");
         SplitOne(m, sw, current);
       }
       ReleaseBadSubsegment(m, bad);

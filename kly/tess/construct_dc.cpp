@@ -5,7 +5,9 @@
 // records whose apex is null, one on each hull edge. A recursive call returns two ghost
 // handles: farLeft, whose origin is the leftmost vertex, and farRight, whose destination is the
 // rightmost one. Ghosts are removed once at the end.
+#include <cstring>
 #include <exception>
+#include <utility>
 
 #include "kly/host/nut.h"
 #include "kly/tess/construction.h"
@@ -16,29 +18,34 @@ namespace {
 
 constexpr uint16_t kSiteSortArray = 0x06;
 
-inline bool LessXY(const double* a, const double* b) {
-  return a[0] < b[0] || (a[0] == b[0] && a[1] < b[1]);
+// The sort works on copies of the coordinates beside each vertex pointer, so that comparisons
+// read the array in order instead of chasing pointers into the vertex pool.
+struct SortEntry {
+  double c[2];
+  TessVertex v;
+};
+
+template <int axis>
+inline bool Before(const SortEntry& a, const SortEntry& b) {
+  return a.c[axis] < b.c[axis] || (a.c[axis] == b.c[axis] && a.c[1 - axis] < b.c[1 - axis]);
 }
 
 // Quicksort by x, then y, with a random pivot.
-void VertexSort(TessVertex* array, uint32_t n) {
+void VertexSort(SortEntry* array, uint32_t n) {
   for (;;) {
     if (n == 2) {
-      if (LessXY(array[1], array[0])) std::swap(array[0], array[1]);
+      if (Before<0>(array[1], array[0])) std::swap(array[0], array[1]);
       return;
     }
-    const double* pivot = array[TessRandom(n)];
-    const double px = pivot[0], py = pivot[1];
+    const SortEntry pivot = array[TessRandom(n)];
     int64_t left = -1, right = n;
     while (left < right) {
       do {
         left++;
-      } while (left <= right &&
-               (array[left][0] < px || (array[left][0] == px && array[left][1] < py)));
+      } while (left <= right && Before<0>(array[left], pivot));
       do {
         right--;
-      } while (left <= right &&
-               (array[right][0] > px || (array[right][0] == px && array[right][1] > py)));
+      } while (left <= right && Before<0>(pivot, array[right]));
       if (left < right) std::swap(array[left], array[right]);
     }
     const uint32_t leftCount = static_cast<uint32_t>(left);
@@ -59,29 +66,23 @@ void VertexSort(TessVertex* array, uint32_t n) {
 
 // Quickselect: moves the element of rank `median` on `axis` (then the other axis) to its
 // place, smaller ones before it and larger ones after it.
-void VertexMedian(TessVertex* array, uint32_t n, uint32_t median, int axis) {
-  const int other = 1 - axis;
+template <int axis>
+void VertexMedian(SortEntry* array, uint32_t n, uint32_t median) {
   for (;;) {
     if (n == 2) {
-      if (array[0][axis] > array[1][axis] ||
-          (array[0][axis] == array[1][axis] && array[0][other] > array[1][other])) {
-        std::swap(array[0], array[1]);
-      }
+      if (Before<axis>(array[1], array[0])) std::swap(array[0], array[1]);
       return;
     }
     if (n < 2) return;
-    const double* pivot = array[TessRandom(n)];
-    const double pa = pivot[axis], po = pivot[other];
+    const SortEntry pivot = array[TessRandom(n)];
     int64_t left = -1, right = n;
     while (left < right) {
       do {
         left++;
-      } while (left <= right &&
-               (array[left][axis] < pa || (array[left][axis] == pa && array[left][other] < po)));
+      } while (left <= right && Before<axis>(array[left], pivot));
       do {
         right--;
-      } while (left <= right &&
-               (array[right][axis] > pa || (array[right][axis] == pa && array[right][other] > po)));
+      } while (left <= right && Before<axis>(pivot, array[right]));
       if (left < right) std::swap(array[left], array[right]);
     }
     if (left > median) {
@@ -96,11 +97,15 @@ void VertexMedian(TessVertex* array, uint32_t n, uint32_t median, int axis) {
   }
 }
 
-void AlternateAxes(TessVertex* array, uint32_t n, int axis) {
+void AlternateAxes(SortEntry* array, uint32_t n, int axis) {
   const uint32_t half = n / 2;
   // Subsets of three or fewer are triangulated in x order.
   if (n <= 3) axis = 0;
-  VertexMedian(array, n, half, axis);
+  if (axis == 0) {
+    VertexMedian<0>(array, n, half);
+  } else {
+    VertexMedian<1>(array, n, half);
+  }
   if (n - half >= 2) {
     if (half >= 2) AlternateAxes(array, half, 1 - axis);
     AlternateAxes(array + half, n - half, 1 - axis);
@@ -432,21 +437,24 @@ int32_t RemoveGhosts(TessMesh& m, const TessSwitches& sw, TriHandle startGhost) 
 
 int32_t DivideAndConquerDelaunay(TessMesh& m, const TessSwitches& sw) {
   const uint32_t count = static_cast<uint32_t>(m.inVertices);
-  TessVertex* array =
-      static_cast<TessVertex*>(TessAllocArray(kSiteSortArray, count, sizeof(TessVertex)));
+  SortEntry* entries =
+      static_cast<SortEntry*>(TessAllocArray(kSiteSortArray, count, sizeof(SortEntry)));
   int32_t code = 0;
   TriHandle farLeft{}, farRight{};
   try {
     TraversalInit(m.vertices);
-    for (uint32_t i = 0; i < count; i++) array[i] = VertexTraverse(m);
-    VertexSort(array, count);
+    for (uint32_t i = 0; i < count; i++) {
+      TessVertex v = VertexTraverse(m);
+      entries[i] = SortEntry{{v[0], v[1]}, v};
+    }
+    VertexSort(entries, count);
     uint32_t kept = 0;
     for (uint32_t j = 1; j < count; j++) {
-      if (SamePoint(array[kept], array[j])) {
-        VertexType(m, array[j]) = kUndeadVertex;
+      if (entries[kept].c[0] == entries[j].c[0] && entries[kept].c[1] == entries[j].c[1]) {
+        VertexType(m, entries[j].v) = kUndeadVertex;
         m.removedVertices++;
       } else {
-        array[++kept] = array[j];
+        entries[++kept] = entries[j];
       }
     }
     const uint32_t n = kept + 1;
@@ -455,9 +463,16 @@ int32_t DivideAndConquerDelaunay(TessMesh& m, const TessSwitches& sw) {
     if (sw.alternatingCuts) {
       const uint32_t half = n / 2;
       if (n - half >= 2) {
-        if (half >= 2) AlternateAxes(array, half, 1);
-        AlternateAxes(array + half, n - half, 1);
+        if (half >= 2) AlternateAxes(entries, half, 1);
+        AlternateAxes(entries + half, n - half, 1);
       }
+    }
+    // The recursion takes plain pointers; they overwrite the entries from the front, each
+    // after its entry was read.
+    TessVertex* array = reinterpret_cast<TessVertex*>(static_cast<void*>(entries));
+    for (uint32_t i = 0; i < n; i++) {
+      TessVertex v = entries[i].v;
+      std::memcpy(array + i, &v, sizeof v);
     }
     Merger merger{m, sw};
     merger.Recurse(array, n, 0, farLeft, farRight);
@@ -468,7 +483,7 @@ int32_t DivideAndConquerDelaunay(TessMesh& m, const TessSwitches& sw) {
   } catch (const std::exception& e) {
     code = NUT_TranslateAndReportException(e);
   }
-  TessFree(array);
+  TessFree(entries);
   if (code != 0) throw code;
   return RemoveGhosts(m, sw, farLeft);
 }

@@ -54,7 +54,10 @@ int32_t RemoveBox(TessMesh& m, const TessSwitches& sw) {
     if (!TouchesBox(m, tri)) continue;
     for (uint32_t orient = 0; orient < 3; orient++) {
       const TriHandle neighbor = Sym(TriHandle{tri, orient});
-      if (neighbor.tri == m.dummyTriangle || TouchesBox(m, neighbor.tri)) continue;
+      if (neighbor.tri == m.dummyTriangle || IsDeadTriangle(neighbor.tri) ||
+          TouchesBox(m, neighbor.tri)) {
+        continue;
+      }
       hullSize++;
       if (!sw.pslgInput) {
         TessVertex org = Org(neighbor);

@@ -86,6 +86,8 @@ void Flip(TessMesh& m, const TessSwitches&, TriHandle flipEdge) {
   SetOrg(top, bot);
   SetDest(top, far);
   SetApex(top, left);
+  RememberCorners(m, flipEdge.tri);
+  RememberCorners(m, top.tri);
 }
 
 InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex,
@@ -182,7 +184,11 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
       Bond(newTopRight, topRight);
       newTopRight = Lnext(newTopRight);
       Bond(newTopRight, newBotRight);
+      RememberCorners(m, newTopRight.tri);
+      RememberCorners(m, topRight.tri);
     }
+    RememberCorners(m, newBotRight.tri);
+    RememberCorners(m, horiz.tri);
     if (splitSubsegment != nullptr) {
       // The subsegment splits too: the old one keeps the part towards its origin, a new one
       // takes the rest; both keep the segment's ends and mark.
@@ -244,6 +250,9 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
     Bond(botLeft, newBotLeft);
     newBotRight = Lprev(newBotRight);
     Bond(botRight, newBotRight);
+    RememberCorners(m, horiz.tri);
+    RememberCorners(m, newBotLeft.tri);
+    RememberCorners(m, newBotRight.tri);
   }
 
   // Walk round the new vertex; flip each edge opposite it that fails the circle test.
@@ -287,6 +296,8 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
           SetOrg(top, vertex);
           SetDest(top, far);
           SetApex(top, left);
+          RememberCorners(m, horiz.tri);
+          RememberCorners(m, top.tri);
           AverageAttributes(m, horiz, top);
           horiz = Lprev(horiz);
           left = far;

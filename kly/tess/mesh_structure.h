@@ -326,6 +326,16 @@ inline int32_t& VertexType(const TessMesh& m, TessVertex v) {
 inline TessWord& VertexToTriangle(const TessMesh& m, TessVertex v) {
   return reinterpret_cast<TessWord*>(v)[m.vertexToTriangleIndex];
 }
+// Under pslgInput each vertex names a triangle of which it is the origin, so that a segment's
+// ends are found without a point location. Every operation that rewrites a triangle's corners
+// calls this on it, which keeps the names valid.
+inline void RememberCorners(const TessMesh& m, TessWord* tri) {
+  if (m.vertexToTriangleIndex == 0) return;
+  for (uint32_t orient = 0; orient < 3; orient++) {
+    const TriHandle t{tri, orient};
+    VertexToTriangle(m, Org(t)) = EncodeTri(t);
+  }
+}
 inline bool SamePoint(const double* a, const double* b) {
   return a[0] == b[0] && a[1] == b[1];
 }

@@ -2,6 +2,7 @@
 // midpoints (switch s, conforming).
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <exception>
 
 #include "kly/host/nut.h"
@@ -29,10 +30,6 @@ struct SegmentInserter {
 
   double Ccw(const double* a, const double* b, const double* c) {
     return CounterClockwise(m.counters, sw, a, b, c);
-  }
-
-  void RememberTriangle(TessVertex v, TriHandle t) {
-    if (sw.pslgInput) VertexToTriangle(m, v) = EncodeTri(t);
   }
 
   // Turns `handle` about its origin to the edge or wedge towards `target`. Exact predicates
@@ -72,6 +69,35 @@ struct SegmentInserter {
     return kWithin;
   }
 
+  // The rounded crossing point may lie off the crossed edge, on the wrong side of one of the
+  // four triangles that splitting the edge there would make. Looks at (x, y) and its
+  // neighbours one unit in the last place away for a point that leaves all four positively
+  // turned; false when there is none, and the crossing must go to an end of the edge.
+  bool FindSplitPoint(TriHandle crossHandle, double& x, double& y) {
+    TessVertex org = Org(crossHandle);
+    TessVertex dest = Dest(crossHandle);
+    TessVertex near = Apex(crossHandle);
+    const TriHandle across = Sym(crossHandle);
+    TessVertex far = across.tri == m.dummyTriangle ? nullptr : Apex(across);
+    const auto fits = [&](const double* p) {
+      return Ccw(org, p, near) > 0.0 && Ccw(p, dest, near) > 0.0 &&
+             (far == nullptr || (Ccw(dest, p, far) > 0.0 && Ccw(p, org, far) > 0.0));
+    };
+    const double xs[3] = {x, std::nextafter(x, -HUGE_VAL), std::nextafter(x, HUGE_VAL)};
+    const double ys[3] = {y, std::nextafter(y, -HUGE_VAL), std::nextafter(y, HUGE_VAL)};
+    for (const double cx : xs) {
+      for (const double cy : ys) {
+        const double p[2] = {cx, cy};
+        if (fits(p)) {
+          x = cx;
+          y = cy;
+          return true;
+        }
+      }
+    }
+    return false;
+  }
+
   // Puts a vertex where the segment from the apex end1 of `crossHandle` to `target` crosses
   // the subsegment on the handle's edge, and makes the piece from end1 to it a subsegment. On
   // return `crossHandle` has the crossing vertex as its origin. A crossing that rounds onto an
@@ -92,27 +118,34 @@ struct SegmentInserter {
     const double denominator = ty * ex - tx * ey;
     if (denominator == 0.0) TessFail("Internal error.");
     const double split = (ey * etx - ex * ety) / denominator;
-    const double x = org[0] + split * (dest[0] - org[0]);
-    const double y = org[1] + split * (dest[1] - org[1]);
-    if (!(split > 0.0) || (x == org[0] && y == org[1])) {
+    double x = org[0] + split * (dest[0] - org[0]);
+    double y = org[1] + split * (dest[1] - org[1]);
+    bool snapToOrg = !(split > 0.0) || (x == org[0] && y == org[1]);
+    bool snapToDest = !snapToOrg && (!(split < 1.0) || (x == dest[0] && y == dest[1]));
+    if (!snapToOrg && !snapToDest && !FindSplitPoint(crossHandle, x, y)) {
+      snapToOrg = split < 0.5;
+      snapToDest = !snapToOrg;
+    }
+    if (snapToOrg) {
       InsertSubsegment(m, sw, Lprev(crossHandle), mark);
       return;
     }
-    if (!(split < 1.0) || (x == dest[0] && y == dest[1])) {
+    if (snapToDest) {
       crossHandle = Lnext(crossHandle);
       InsertSubsegment(m, sw, crossHandle, mark);
       return;
     }
 
     TessVertex vertex = MakeVertex(m);
-    for (int i = 0; i < 2 + m.vertexAttributes; i++)
+    vertex[0] = x;
+    vertex[1] = y;
+    for (int i = 2; i < 2 + m.vertexAttributes; i++)
       vertex[i] = org[i] + split * (dest[i] - org[i]);
     VertexMark(m, vertex) = SubsegMark(crossSub);
     VertexType(m, vertex) = kInputVertex;
     if (InsertVertex(m, sw, vertex, crossHandle, &crossSub, false) != kSuccessfulVertex) {
       TessFail("Internal error.");
     }
-    RememberTriangle(vertex, crossHandle);
     if (m.steinerLeft > 0) m.steinerLeft--;
 
     // The crossed segment becomes two segments that end at the new vertex.
@@ -280,7 +313,8 @@ struct SegmentInserter {
     if (!ScoutSegment(search2, end2, mark)) ConformingEdge(Org(search2), end2, mark);
   }
 
-  // Finds a handle whose origin is `end`: from the vertex map, else by point location.
+  // Finds a handle whose origin is `end`: from the vertex map, which the operations that move
+  // corners keep valid, else by point location from the hull.
   TriHandle FindEndpoint(TessVertex end) {
     const TessWord encoded = VertexToTriangle(m, end);
     if (encoded != 0) {

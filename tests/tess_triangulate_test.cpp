@@ -1,0 +1,354 @@
+// triangulate on small inputs whose results are derived by hand, the switches that shape the
+// output, and the failure route.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <set>
+#include <vector>
+
+#include "kly/tess/triangulate.h"
+#include "tests/testing/report_capture.h"
+
+namespace {
+
+struct Input {
+  std::vector<double> points;
+  std::vector<int32_t> segments;
+  std::vector<double> holes;
+  std::vector<int32_t> markers;
+};
+
+// Fills a zeroed record the way the library's callers do.
+void Fill(const Input& input, TessRecord& in) {
+  in = TessRecord{};
+  in.pointCount = static_cast<int32_t>(input.points.size() / 2);
+  in.points = static_cast<double*>(TessAlloc(0, input.points.size() * sizeof(double)));
+  std::copy(input.points.begin(), input.points.end(), in.points);
+  if (!input.segments.empty()) {
+    in.segmentCount = static_cast<int32_t>(input.segments.size() / 2);
+    in.segments = static_cast<int32_t*>(TessAlloc(1, input.segments.size() * sizeof(int32_t)));
+    std::copy(input.segments.begin(), input.segments.end(), in.segments);
+  }
+  if (!input.markers.empty()) {
+    in.segmentMarkers = static_cast<int32_t*>(TessAlloc(1, input.markers.size() * sizeof(int32_t)));
+    std::copy(input.markers.begin(), input.markers.end(), in.segmentMarkers);
+  }
+  if (!input.holes.empty()) {
+    in.holeCount = static_cast<int32_t>(input.holes.size() / 2);
+    in.holes = static_cast<double*>(TessAlloc(2, input.holes.size() * sizeof(double)));
+    std::copy(input.holes.begin(), input.holes.end(), in.holes);
+  }
+}
+
+// Owns the records of one call and frees them whatever happens.
+struct EngineRun {
+  TessRecord in{}, out{}, dual{};
+  int32_t thrown = 0;
+  EngineRun(const char* switches, const Input& input, int32_t triangleLimit = 0) {
+    Fill(input, in);
+    in.triangleLimit = triangleLimit;
+    try {
+      triangulate(switches, &in, &out, &dual);
+    } catch (int32_t number) {
+      thrown = number;
+    }
+  }
+  ~EngineRun() {
+    TessFreeRecord(&in);
+    TessFreeRecord(&out);
+    TessFreeRecord(&dual);
+  }
+  // The triangles as sorted corner triples, each rotated to start at its smallest corner:
+  // the set a triangulation is, whatever order and rotation the engine writes.
+  std::set<std::array<int32_t, 3>> Triangles() const {
+    std::set<std::array<int32_t, 3>> result;
+    for (int32_t t = 0; t < out.triangleCount; t++) {
+      std::array<int32_t, 3> c = {out.corners[3 * t], out.corners[3 * t + 1],
+                                  out.corners[3 * t + 2]};
+      std::rotate(c.begin(), std::min_element(c.begin(), c.end()), c.end());
+      result.insert(c);
+    }
+    return result;
+  }
+  bool HasPoint(double x, double y) const {
+    for (int32_t i = 0; i < out.pointCount; i++)
+      if (out.points[2 * i] == x && out.points[2 * i + 1] == y) return true;
+    return false;
+  }
+};
+
+using Triangles = std::set<std::array<int32_t, 3>>;
+
+const Input kSquare = {{0, 0, 1, 0, 1, 1, 0, 1}, {}, {}, {}};
+
+// A convex quadrilateral whose Delaunay diagonal is unique: the circle through 0, 1, 3
+// (centre (2, 0.5), radius^2 4.25) holds 2 = (4, 2)? (4-2)^2 + (2-0.5)^2 = 6.25 > 4.25: no,
+// so 0-1-3 is Delaunay and the diagonal is 1-3.
+const Input kQuad = {{0, 0, 4, 0, 4, 2, 0, 1}, {0, 1, 1, 2, 2, 3, 3, 0}, {}, {}};
+
+TEST(TessTriangulate, SquareGivesTwoTrianglesAndCentreGivesFour) {
+  EngineRun square("Qz", kSquare);
+  ASSERT_EQ(square.thrown, 0);
+  EXPECT_EQ(square.out.pointCount, 4);
+  EXPECT_EQ(square.out.triangleCount, 2);
+  EXPECT_EQ(square.out.cornerCount, 3);
+  // Edges: (3 x 2 + hull 4) / 2 = 5. Without segments the segment count is the hull size.
+  EXPECT_EQ(square.out.edgeCount, 5);
+  EXPECT_EQ(square.out.segmentCount, 4);
+
+  Input centred = kSquare;
+  centred.points.insert(centred.points.end(), {0.5, 0.5});
+  EngineRun fan("Qz", centred);
+  ASSERT_EQ(fan.thrown, 0);
+  // The centre is inside the circle of any three corners, so it joins all four.
+  EXPECT_EQ(fan.Triangles(), (Triangles{{0, 1, 4}, {1, 2, 4}, {2, 3, 4}, {0, 4, 3}}));
+}
+
+TEST(TessTriangulate, ConstrainedQuadrilateralExactArrays) {
+  EngineRun run("Qpz", kQuad);
+  ASSERT_EQ(run.thrown, 0);
+  EXPECT_EQ(std::vector<double>(run.out.points, run.out.points + 8), kQuad.points);
+  EXPECT_EQ(run.Triangles(), (Triangles{{0, 1, 3}, {1, 2, 3}}));
+  // Every corner counter-clockwise: the rotation kept by Triangles() must be a cyclic order,
+  // checked here by the signed area of each written triangle.
+  for (int32_t t = 0; t < run.out.triangleCount; t++) {
+    const int32_t* c = run.out.corners + 3 * t;
+    const double* p = run.out.points;
+    const double area = (p[2 * c[1]] - p[2 * c[0]]) * (p[2 * c[2] + 1] - p[2 * c[0] + 1]) -
+                        (p[2 * c[1] + 1] - p[2 * c[0] + 1]) * (p[2 * c[2]] - p[2 * c[0]]);
+    EXPECT_GT(area, 0.0);
+  }
+  // Each input segment comes back once, as a subsegment; which end is written first
+  // depends on the side from which it was inserted.
+  ASSERT_EQ(run.out.segmentCount, 4);
+  std::set<std::pair<int32_t, int32_t>> segments;
+  for (int32_t s = 0; s < 4; s++) {
+    const int32_t a = run.out.segments[2 * s], b = run.out.segments[2 * s + 1];
+    segments.insert({std::min(a, b), std::max(a, b)});
+  }
+  EXPECT_EQ(segments, (std::set<std::pair<int32_t, int32_t>>{{0, 1}, {1, 2}, {2, 3}, {0, 3}}));
+  // Boundary vertices take the segments' mark, which is 1 for a hull segment left unmarked.
+  EXPECT_EQ(std::vector<int32_t>(run.out.pointMarkers, run.out.pointMarkers + 4),
+            (std::vector<int32_t>{1, 1, 1, 1}));
+}
+
+TEST(TessTriangulate, ConformingSplitsAnObtuselySeenSegmentAtItsMiddle) {
+  // The apex (2, 0.5) sees the base (0,0)-(4,0) at more than 90 degrees:
+  // (0-2, 0-0.5).(4-2, 0-0.5) = -4 + 0.25 < 0. Both base ends are shared with other
+  // segments, so the shell rule applies: length 4, p = 1 -> 2 (4 > 3), split = 2/4, and from
+  // the destination 1 - 0.5: the point (2, 0). Then (2,0) sees the two sides at exactly 90
+  // degrees (dot 0), which is not encroachment, and the apex sees both halves acutely.
+  const Input thin = {{0, 0, 4, 0, 2, 0.5}, {0, 1, 1, 2, 2, 0}, {}, {}};
+  EngineRun run("VpDz", thin);
+  ASSERT_EQ(run.thrown, 0);
+  ASSERT_EQ(run.out.pointCount, 4);
+  EXPECT_EQ(run.out.points[6], 2.0);
+  EXPECT_EQ(run.out.points[7], 0.0);
+  EXPECT_EQ(run.Triangles(), (Triangles{{0, 3, 2}, {1, 2, 3}}));
+  EXPECT_EQ(run.out.segmentCount, 4);
+
+  // A rectangle is seen at right angles at most: nothing is added.
+  EngineRun rectangle("VpDz", {{0, 0, 3, 0, 3, 1, 0, 1}, {0, 1, 1, 2, 2, 3, 3, 0}, {}, {}});
+  ASSERT_EQ(rectangle.thrown, 0);
+  EXPECT_EQ(rectangle.out.pointCount, 4);
+  EXPECT_EQ(rectangle.out.triangleCount, 2);
+}
+
+TEST(TessTriangulate, ConformingSplitsOnPowerOfTwoShellsFromASharedEnd) {
+  // Base (0,0)-(10,0) seen from (5,1): (-5,-1).(5,-1) = -24 < 0. Length 10: p = 1 -> 2 -> 4
+  // (10 > 3, 10 > 6, not 10 > 12), split = 4/10 from the destination: x = 6. A plain
+  // bisection would have put the first vertex at x = 5.
+  EngineRun run("VpDz", {{0, 0, 10, 0, 5, 1}, {0, 1, 1, 2, 2, 0}, {}, {}});
+  ASSERT_EQ(run.thrown, 0);
+  EXPECT_TRUE(run.HasPoint(6, 0));
+  EXPECT_FALSE(run.HasPoint(5, 0));
+  EXPECT_GT(run.out.pointCount, 3);
+}
+
+TEST(TessTriangulate, CrossingSegmentsMeetInANewVertexWithTheCrossedMark) {
+  // The diagonals of the square cross at (0.5, 0.5). The second one inserted crosses the
+  // first, which carries mark 7; the new vertex takes that mark.
+  Input input = kSquare;
+  input.segments = {0, 1, 1, 2, 2, 3, 3, 0, 0, 2, 1, 3};
+  input.markers = {1, 1, 1, 1, 7, 9};
+  EngineRun run("Qpz", input);
+  ASSERT_EQ(run.thrown, 0);
+  ASSERT_EQ(run.out.pointCount, 5);
+  EXPECT_EQ(run.out.points[8], 0.5);
+  EXPECT_EQ(run.out.points[9], 0.5);
+  EXPECT_EQ(run.out.pointMarkers[4], 7);
+  EXPECT_EQ(run.out.triangleCount, 4);
+  EXPECT_EQ(run.out.segmentCount, 8);  // 4 sides, and 2 diagonals cut in two
+}
+
+TEST(TessTriangulate, HolesCarveAndMoveToTheOutput) {
+  // A 4 x 4 square with a 2 x 2 square hole in its middle: 8 vertices, 8 segments. The ring
+  // between them is 8 triangles (an annulus of 4 + 4 vertices: 2 x 4 triangles).
+  Input input{{0, 0, 4, 0, 4, 4, 0, 4, 1, 1, 3, 1, 3, 3, 1, 3},
+              {0, 1, 1, 2, 2, 3, 3, 0, 4, 5, 5, 6, 6, 7, 7, 4},
+              {2, 2},
+              {}};
+  EngineRun run("Qpz", input);
+  ASSERT_EQ(run.thrown, 0);
+  EXPECT_EQ(run.out.triangleCount, 8);
+  EXPECT_EQ(run.in.holes, nullptr);
+  ASSERT_NE(run.out.holes, nullptr);
+  EXPECT_EQ(run.out.holeCount, 1);
+  EXPECT_EQ(run.out.holes[0], 2.0);
+
+  // A seed outside the bounding rectangle is ignored: the hole stays filled (10 triangles:
+  // the annulus and the 2 of the inner square).
+  input.holes = {9, 9};
+  EngineRun ignored("Qpz", input);
+  EXPECT_EQ(ignored.out.triangleCount, 10);
+
+  // A seed with no closed outline around it eats everything.
+  EngineRun eaten("Qpz", {{0, 0, 4, 0, 4, 4, 0, 4}, {0, 1, 1, 2}, {2, 2}, {}});
+  ASSERT_EQ(eaten.thrown, 0);
+  EXPECT_EQ(eaten.out.triangleCount, 0);
+  EXPECT_EQ(eaten.out.pointCount, 4);  // eaten vertices are still written without j
+}
+
+TEST(TessTriangulate, RepeatedPointsKeepTheirSlotsUnlessDropped) {
+  Input input = kSquare;
+  input.points.insert(input.points.end(), {1, 1});  // a copy of vertex 2
+  EngineRun kept("Qz", input);
+  ASSERT_EQ(kept.thrown, 0);
+  EXPECT_EQ(kept.out.pointCount, 5);
+  EXPECT_EQ(kept.out.triangleCount, 2);
+  for (int32_t c = 0; c < 6; c++) EXPECT_NE(kept.out.corners[c], 4);
+
+  EngineRun dropped("Qzj", input);
+  EXPECT_EQ(dropped.out.pointCount, 4);
+}
+
+TEST(TessTriangulate, NumberingStartsAtOneWithoutZ) {
+  EngineRun run("", kSquare);
+  ASSERT_EQ(run.thrown, 0);
+  const auto* c = run.out.corners;
+  EXPECT_EQ(*std::min_element(c, c + 6), 1);
+  EXPECT_EQ(*std::max_element(c, c + 6), 4);
+  EXPECT_EQ(run.out.segments, nullptr);
+}
+
+TEST(TessTriangulate, EdgesNeighborsAndDual) {
+  Input centred = kSquare;
+  centred.points.insert(centred.points.end(), {0.5, 0.5});
+  EngineRun run("Qzenv", centred);
+  ASSERT_EQ(run.thrown, 0);
+  // Edges: (3 x 4 + hull 4) / 2 = 8, the hull ones marked 1.
+  ASSERT_EQ(run.out.edgeCount, 8);
+  int32_t hull = 0;
+  std::set<std::pair<int32_t, int32_t>> edges;
+  for (int32_t e = 0; e < 8; e++) {
+    hull += run.out.edgeMarkers[e];
+    edges.insert({std::min(run.out.edges[2 * e], run.out.edges[2 * e + 1]),
+                  std::max(run.out.edges[2 * e], run.out.edges[2 * e + 1])});
+  }
+  EXPECT_EQ(hull, 4);
+  EXPECT_EQ(edges.size(), 8u);
+  // Neighbour k lies across from corner k: it shares the other two corners.
+  for (int32_t t = 0; t < 4; t++) {
+    for (int32_t k = 0; k < 3; k++) {
+      const int32_t n = run.out.neighbors[3 * t + k];
+      const int32_t a = run.out.corners[3 * t + (k + 1) % 3];
+      const int32_t b = run.out.corners[3 * t + (k + 2) % 3];
+      if (n == -1) {
+        EXPECT_TRUE((std::min(a, b) == 0 && std::max(a, b) == 1) || std::max(a, b) < 4)
+            << "a hull edge has no neighbour";
+        continue;
+      }
+      const int32_t* m = run.out.corners + 3 * n;
+      EXPECT_TRUE(std::count(m, m + 3, a) == 1 && std::count(m, m + 3, b) == 1);
+    }
+  }
+  // The dual: one circumcentre a triangle; each triangle (corner, corner, centre) of this
+  // fan is right-angled at the centre, so its circumcentre is the middle of its hull edge.
+  ASSERT_EQ(run.dual.pointCount, 4);
+  EXPECT_EQ(run.dual.edgeCount, 8);
+  for (int32_t t = 0; t < 4; t++) {
+    const double x = run.dual.points[2 * t], y = run.dual.points[2 * t + 1];
+    EXPECT_TRUE((x == 0.5 && (y == 0.0 || y == 1.0)) || (y == 0.5 && (x == 0.0 || x == 1.0)))
+        << x << ", " << y;
+  }
+}
+
+TEST(TessTriangulate, IncrementalAndDivideAndConquerAgree) {
+  // Points in general position have one Delaunay triangulation, whichever way it is built.
+  Input input;
+  uint32_t state = 12345;
+  for (int i = 0; i < 400; i++) {
+    state = state * 1103515245u + 12345u;
+    input.points.push_back((state >> 8) % 100003 / 100003.0);
+    state = state * 1103515245u + 12345u;
+    input.points.push_back((state >> 8) % 99991 / 99991.0);
+  }
+  EngineRun dc("Qz", input), cuts("Qzl", input), incremental("Qzi", input);
+  ASSERT_EQ(dc.thrown, 0);
+  ASSERT_EQ(incremental.thrown, 0);
+  EXPECT_EQ(dc.Triangles(), incremental.Triangles());
+  EXPECT_EQ(dc.Triangles(), cuts.Triangles());
+}
+
+TEST(TessTriangulate, FailuresThrowTenAndFreeBothRecords) {
+  kly::testing::ReportCapture capture;
+  const struct {
+    const char* switches;
+    Input input;
+    int32_t limit;
+  } cases[] = {
+      {"Qz", {{0, 0, 1, 1}, {}, {}, {}}, 0},               // fewer than three points
+      {"Qz", {{2, 2, 2, 2, 2, 2}, {}, {}, {}}, 0},         // all identical
+      {"Qz", {{0, 0, NAN, 1, 1, 0}, {}, {}, {}}, 0},       // not finite
+      {"Qz", {{0, 0, INFINITY, 1, 1, 0}, {}, {}, {}}, 0},  // not finite
+      {"Qpza0", kQuad, 0},                                 // area bound of 0
+      {"Qpzq", kQuad, 0},                                  // no quality stage in this build
+      {"Qpza1", kQuad, 0},
+      {"Qpzu", kQuad, 0},
+      {"Qpzo2", kQuad, 0},  // no second-order output
+      {"Qpzr", kQuad, 0},   // no rebuilding
+      // A limit of 1 admits two live triangle records. Divide and conquer on five points
+      // makes 2 ghosts for its first pair, and the next creation, in the three-point base
+      // case, fails.
+      {"Qz", {{0, 0, 1, 0, 1, 1, 0, 1, 0.5, 0.5}, {}, {}, {}}, 1},
+  };
+  for (const auto& c : cases) {
+    EngineRun run(c.switches, c.input, c.limit);
+    EXPECT_EQ(run.thrown, 10) << c.switches;
+    EXPECT_EQ(run.in.points, nullptr) << c.switches;
+    EXPECT_EQ(run.in.pointCount, 0) << c.switches;
+    EXPECT_EQ(run.out.points, nullptr) << c.switches;
+    EXPECT_EQ(run.out.corners, nullptr) << c.switches;
+  }
+  // The engine's failure texts reach nobody.
+  EXPECT_TRUE(capture.reports().empty());
+
+  // A limit of 0 is no limit.
+  EngineRun unlimited("Qz", {{0, 0, 1, 0, 1, 1, 0, 1, 0.5, 0.5}, {}, {}, {}}, 0);
+  EXPECT_EQ(unlimited.thrown, 0);
+  EXPECT_EQ(unlimited.out.triangleCount, 4);
+}
+
+TEST(TessTriangulate, CollinearPointsGiveNoTrianglesAndNoFailure) {
+  EngineRun run("Qpz", {{0, 0, 1, 1, 2, 2, 3, 3}, {0, 3}, {}, {}});
+  EXPECT_EQ(run.thrown, 0);
+  EXPECT_EQ(run.out.triangleCount, 0);
+  EXPECT_EQ(run.out.pointCount, 4);
+}
+
+TEST(TessTriangulate, HugeAndTinyCoordinatesComeBackExactly) {
+  // Coordinates beyond 2^64 or below 2^-64 are worked on scaled by a power of two, which
+  // changes no decision, and scaled back exactly.
+  for (const double scale : {0x1.0p+900, 0x1.0p-900}) {
+    Input input = kQuad;
+    for (double& v : input.points) v *= scale;
+    EngineRun run("Qpz", input);
+    ASSERT_EQ(run.thrown, 0);
+    EXPECT_EQ(std::vector<double>(run.out.points, run.out.points + 8), input.points);
+    EXPECT_EQ(run.Triangles(), (Triangles{{0, 1, 3}, {1, 2, 3}}));
+  }
+}
+
+}  // namespace

@@ -185,7 +185,8 @@ TEST(TessValidity, DuplicatePointsAndSegments) {
 // conforming stage must end, so each case runs under a deadline.
 TEST(TessValidity, NearParallelCrossingsAreValidOrFailCleanly) {
   int failures = 0, runs = 0, overruns = 0;
-  for (int seed = 1; seed <= Scaled(200); ++seed) {
+  // Kept few: the conforming stage may split for about a second before it gives up.
+  for (int seed = 1; seed <= Scaled(30); ++seed) {
     const TessCase c = NearParallelCrossings(seed, 1 + seed % 6);
     for (const char* switches : {"Qpz", "VpDz"}) {
       ++runs;

@@ -99,7 +99,7 @@ void SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
 // up long before that. The bound is far above what a reasonable outline needs (a circle of n
 // points gains none; an acute corner some tens a shell).
 constexpr int64_t kSplitsPerVertex = 256;
-constexpr int64_t kSplitsBeyondVertices = 1 << 20;
+constexpr int64_t kSplitsBeyondVertices = 1 << 18;
 
 void SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw) {
   const int64_t bound = kSplitsPerVertex * m.inVertices + kSplitsBeyondVertices;

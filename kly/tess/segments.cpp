@@ -23,6 +23,9 @@ struct SegmentInserter {
   // lie off their segments (a segment given twice after it was crossed, three segments
   // through one point) can send the walk in circles, which this turns into a failure.
   int64_t budget = 0;
+  // Whether a dig stopped at a crossing or at a vertex on its way: it then leaves edges next
+  // to the stop that no fix-up has tested (see RestoreDelaunay).
+  bool stoppedDigs = false;
 
   void Spend() {
     if (--budget < 0) TessFail("Internal error.");
@@ -257,6 +260,7 @@ struct SegmentInserter {
         if (area == 0.0) {
           // A vertex stands exactly on the segment.
           collision = true;
+          stoppedDigs = true;
           TriHandle fixup2 = Oprev(fixup);
           DelaunayFixup(fixup, false);
           DelaunayFixup(fixup2, true);
@@ -275,6 +279,7 @@ struct SegmentInserter {
           Flip(m, sw, fixup);
         } else {
           collision = true;
+          stoppedDigs = true;
           crossed = true;
           SegmentIntersection(fixup, crossSub, end2, mark);
           break;
@@ -345,6 +350,36 @@ struct SegmentInserter {
     }
   }
 };
+
+// Lawson's flips over the whole mesh, subsegments excepted, until every edge passes the
+// circle test. The digs of ConstrainedEdge that stop at a crossing or at a vertex on the
+// segment leave the last triangles they touched untested; near-parallel crossings can leave a
+// non-Delaunay edge there. Flips preserve validity: an edge is turned only when its
+// quadrilateral is strictly convex, and exact tests make the passes end; the bound on passes
+// only keeps a corrupted structure from spinning.
+void RestoreDelaunay(TessMesh& m, const TessSwitches& sw) {
+  constexpr int kMostPasses = 64;
+  for (int pass = 0; pass < kMostPasses; pass++) {
+    bool flipped = false;
+    TraversalInit(m.triangles);
+    for (TessWord* tri = TriangleTraverse(m); tri != nullptr; tri = TriangleTraverse(m)) {
+      for (uint32_t orient = 0; orient < 3; orient++) {
+        const TriHandle t{tri, orient};
+        const TriHandle across = Sym(t);
+        if (across.tri == m.dummyTriangle || HasSubsegment(m, t)) continue;
+        TessVertex a = Org(t), b = Dest(t), c = Apex(t), d = Apex(across);
+        if (InCircle(m.counters, sw, a, b, c, d) <= 0.0) continue;
+        if (CounterClockwise(m.counters, sw, c, a, d) <= 0.0 ||
+            CounterClockwise(m.counters, sw, d, b, c) <= 0.0) {
+          continue;
+        }
+        Flip(m, sw, t);
+        flipped = true;
+      }
+    }
+    if (!flipped) return;
+  }
+}
 
 }  // namespace
 
@@ -475,6 +510,7 @@ void InsertSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments
       TessVertex v2 = GetVertex(m, sw, ends[2 * i + 1] + sw.firstIndex);
       inserter.InsertSegment(v1, v2, static_cast<int32_t>(plan[i]));
     }
+    if (inserter.stoppedDigs) RestoreDelaunay(m, sw);
   } catch (const TriangleFailure&) {
     code = 10;
   } catch (int32_t number) {

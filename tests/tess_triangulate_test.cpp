@@ -351,4 +351,47 @@ TEST(TessTriangulate, HugeAndTinyCoordinatesComeBackExactly) {
   }
 }
 
+// Regression: a segment given again after a crossing had split its first copy was walked
+// anew along its own line, which the rounded crossing vertex lies off; the walk crossed the
+// pieces again and went in circles. Copies (either way round, or through a duplicate vertex)
+// are now inserted once, with the first non-zero mark among them.
+TEST(TessTriangulate, RepeatedSegmentAfterACrossingIsInsertedOnce) {
+  Input input = kSquare;
+  input.points.insert(input.points.end(), {1, 1});  // vertex 4 duplicates vertex 2
+  input.segments = {0, 1, 1, 2, 2, 3, 3, 0, 0, 2, 1, 3, 2, 0, 0, 4};
+  input.markers = {1, 1, 1, 1, 0, 9, 5, 6};
+  EngineRun run("Qpz", input);
+  ASSERT_EQ(run.thrown, 0);
+  // Diagonal 0-2 takes mark 5, its first non-zero; 1-3 crosses it, and the crossing vertex,
+  // the sixth point, takes the crossed diagonal's mark.
+  ASSERT_EQ(run.out.pointCount, 6);
+  EXPECT_EQ(run.out.points[10], 0.5);
+  EXPECT_EQ(run.out.points[11], 0.5);
+  EXPECT_EQ(run.out.pointMarkers[5], 5);
+  EXPECT_EQ(run.out.triangleCount, 4);
+  EXPECT_EQ(run.out.segmentCount, 8);
+}
+
+// Regression: on collinear input without segments, the ghost ring's removal read the mark of
+// a ghost's null corner, and crashed.
+TEST(TessTriangulate, CollinearPointsWithoutSegmentsGiveNoTrianglesOnEveryPath) {
+  for (const char* switches : {"Qz", "Qzi", "Qzl", "Qzen"}) {
+    EngineRun run(switches, {{0, 0, 1, 1, 2, 2, 3, 3, 0.5, 0.5}, {}, {}, {}});
+    ASSERT_EQ(run.thrown, 0) << switches;
+    EXPECT_EQ(run.out.triangleCount, 0) << switches;
+    EXPECT_EQ(run.out.pointCount, 5) << switches;
+  }
+}
+
+// Regression: removing the incremental path's bounding triangle read the corners of
+// triangles it had already killed.
+TEST(TessTriangulate, IncrementalBuildRemovesItsBoundingTriangle) {
+  Input input = kSquare;
+  input.points.insert(input.points.end(), {0.5, 0.5, 1, 1});
+  EngineRun run("Qzi", input);
+  ASSERT_EQ(run.thrown, 0);
+  EXPECT_EQ(run.Triangles(), (Triangles{{0, 1, 4}, {1, 2, 4}, {2, 3, 4}, {0, 4, 3}}));
+  EXPECT_EQ(run.out.pointCount, 6);  // the duplicate keeps its slot
+}
+
 }  // namespace

@@ -2,6 +2,8 @@
 // them when asked and throws their findings away.
 #include <cmath>
 
+#include "kly/tess/constraints.h"
+#include "kly/tess/failure.h"
 #include "kly/tess/output.h"
 
 namespace {
@@ -97,4 +99,16 @@ int32_t CheckDelaunay(TessMesh& m, const TessSwitches& sw) {
     }
   }
   return findings;
+}
+
+void RequireValidOrientation(TessMesh& m, const TessSwitches& sw) {
+  TessSwitches exact = sw;
+  exact.noExactArithmetic = 0;
+  TraversalInit(m.triangles);
+  for (TessWord* tri = TriangleTraverse(m); tri != nullptr; tri = TriangleTraverse(m)) {
+    const TriHandle t{tri, 0};
+    if (CounterClockwise(m.counters, exact, Org(t), Dest(t), Apex(t)) <= 0.0) {
+      TessFail("Internal error.");
+    }
+  }
 }

@@ -164,4 +164,7 @@ void EnforceQuality(TessMesh& m, const TessSwitches& sw) {
   // Free vertices inside a diametral circle would be deleted first without the conforming
   // switch; that needs the triangle criteria of q, a or u, which this build refuses.
   SplitEncroachedSegments(m, sw);
+  // A split vertex is nudged towards its segment's line, which at the limit of precision may
+  // put it on the wrong side of an apex; such a mesh is refused rather than returned.
+  RequireValidOrientation(m, sw);
 }

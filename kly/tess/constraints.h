@@ -26,6 +26,9 @@ void CarveHoles(TessMesh& m, const TessSwitches& sw, const double* holes, int32_
 // encroached. Returns 0 (not encroached), 1 or 2 (the side first found), or 3 (both).
 int32_t CheckSegmentForEncroachment(TessMesh& m, const TessSwitches& sw, SubHandle testSubseg);
 
+// Fails with "Internal error." unless every triangle turns counterclockwise (exact test).
+void RequireValidOrientation(TessMesh& m, const TessSwitches& sw);
+
 // The refinement stage: splits encroached subsegments. The triangle criteria of switches q, a
 // and u are refused earlier, in triangulate.
 void EnforceQuality(TessMesh& m, const TessSwitches& sw);

@@ -26,6 +26,8 @@ struct SegmentInserter {
   // Whether a dig stopped at a crossing or at a vertex on its way: it then leaves edges next
   // to the stop that no fix-up has tested (see RestoreDelaunay).
   bool stoppedDigs = false;
+  // Whether any segment was dug in by flips, which pass through inverted triangles.
+  bool dug = false;
 
   void Spend() {
     if (--budget < 0) TessFail("Internal error.");
@@ -240,6 +242,7 @@ struct SegmentInserter {
 
   // Digs a way by flips from the origin of `start` to `end2` and makes it a subsegment.
   void ConstrainedEdge(TriHandle start, TessVertex end2, int32_t mark) {
+    dug = true;
     for (;;) {
       Spend();
       TessVertex end1 = Org(start);
@@ -510,6 +513,9 @@ void InsertSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments
       TessVertex v2 = GetVertex(m, sw, ends[2 * i + 1] + sw.firstIndex);
       inserter.InsertSegment(v1, v2, static_cast<int32_t>(plan[i]));
     }
+    // A dig past vertices that lie within a rounding of the segment's line can leave a
+    // triangle inverted; that mesh is refused rather than returned.
+    if (inserter.dug) RequireValidOrientation(m, sw);
     if (inserter.stoppedDigs) RestoreDelaunay(m, sw);
   } catch (const TriangleFailure&) {
     code = 10;

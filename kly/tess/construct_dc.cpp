@@ -119,7 +119,10 @@ struct Merger {
   double Ccw(const double* a, const double* b, const double* c) {
     return CounterClockwise(m.counters, sw, a, b, c);
   }
+  // The plain in-circle test is spelled out so that its first stage is inlined here, in the
+  // merge's inner loop; weighted vertices take the general test.
   double InCircleTest(const double* a, const double* b, const double* c, const double* d) {
+    if (sw.weightMode == 0) return InCircle(m.counters, sw, a, b, c, d);
     return NonRegular(m.counters, sw, a, b, c, d);
   }
 

@@ -167,8 +167,8 @@ bool InBounds(const TessMesh& m, const double* point) {
 // The triangle that holds `seed`, or the dummy. Only a seed left of the hull edge that the
 // dummy names is looked for: from the wrong side the location would answer falsely.
 TriHandle FindSeedTriangle(TessMesh& m, const TessSwitches& sw, const double* input) {
-  const double seed[2] = {std::ldexp(input[0], m.coordinateExponent),
-                          std::ldexp(input[1], m.coordinateExponent)};
+  const double seed[2] = {ScaleByPowerOfTwo(input[0], m.coordinateExponent),
+                          ScaleByPowerOfTwo(input[1], m.coordinateExponent)};
   if (!InBounds(m, seed)) return {m.dummyTriangle, 0};
   TriHandle search = DummyHullEdge(m);
   if (CounterClockwise(m.counters, sw, Org(search), Dest(search), seed) <= 0.0) {

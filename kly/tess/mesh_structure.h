@@ -20,6 +20,7 @@
 // pslgInput, a word holding the encoded handle of a triangle whose origin it is.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -313,6 +314,11 @@ inline void STDissolve(const TessMesh& m, SubHandle s) {
 }
 inline bool HasSubsegment(const TessMesh& m, TriHandle t) {
   return TSPivot(t).ss != m.dummySubsegment;
+}
+
+// v x 2^exponent, exact unless it leaves the range of doubles; free for the usual 0.
+inline double ScaleByPowerOfTwo(double v, int32_t exponent) {
+  return exponent == 0 ? v : std::ldexp(v, exponent);
 }
 
 // ---- Vertices ------------------------------------------------------------------------------

@@ -63,8 +63,8 @@ void WriteVertices(TessMesh& m, const TessSwitches& sw, TessRecord& out) {
   for (TessVertex v = VertexTraverse(m); v != nullptr; v = VertexTraverse(m)) {
     if (sw.dropUnused && VertexType(m, v) == kUndeadVertex) continue;
     if (points != nullptr) {
-      points[2 * index] = std::ldexp(v[0], -m.coordinateExponent);
-      points[2 * index + 1] = std::ldexp(v[1], -m.coordinateExponent);
+      points[2 * index] = ScaleByPowerOfTwo(v[0], -m.coordinateExponent);
+      points[2 * index + 1] = ScaleByPowerOfTwo(v[1], -m.coordinateExponent);
       for (int32_t j = 0; j < attributes; j++) pointAttributes[index * attributes + j] = v[2 + j];
       if (markers != nullptr) markers[index] = VertexMark(m, v);
     }
@@ -175,8 +175,8 @@ void WriteDual(TessMesh& m, const TessSwitches& sw, TessRecord& dual) {
                                    : 0.5 / CounterClockwise(m.counters, sw, dest, apex, org);
     const double dx = (yao * doDistance - ydo * aoDistance) * denominator;
     const double dy = (xdo * aoDistance - xao * doDistance) * denominator;
-    points[2 * index] = std::ldexp(org[0] + dx, -m.coordinateExponent);
-    points[2 * index + 1] = std::ldexp(org[1] + dy, -m.coordinateExponent);
+    points[2 * index] = ScaleByPowerOfTwo(org[0] + dx, -m.coordinateExponent);
+    points[2 * index + 1] = ScaleByPowerOfTwo(org[1] + dy, -m.coordinateExponent);
     const double xi = (yao * dx - xao * dy) * (2.0 * denominator);
     const double eta = (xdo * dy - ydo * dx) * (2.0 * denominator);
     for (int32_t j = 0; j < attributes; j++) {
@@ -202,8 +202,8 @@ void WriteDual(TessMesh& m, const TessSwitches& sw, TessRecord& dual) {
         TessVertex org = Org(t);
         TessVertex dest = Dest(t);
         edgeList[2 * index + 1] = -1;
-        normals[2 * index] = std::ldexp(dest[1] - org[1], -m.coordinateExponent);
-        normals[2 * index + 1] = std::ldexp(org[0] - dest[0], -m.coordinateExponent);
+        normals[2 * index] = ScaleByPowerOfTwo(dest[1] - org[1], -m.coordinateExponent);
+        normals[2 * index + 1] = ScaleByPowerOfTwo(org[0] - dest[0], -m.coordinateExponent);
       } else {
         edgeList[2 * index + 1] = TriangleNumber(m, across.tri);
         normals[2 * index] = 0.0;

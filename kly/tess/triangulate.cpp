@@ -81,8 +81,9 @@ void TransferVertices(TessMesh& m, TessSwitches& sw, const TessRecord& in) {
   const int32_t attributes = m.vertexAttributes;
   for (int32_t i = 0; i < m.inVertices; i++) {
     TessVertex v = MakeVertex(m);
-    const double x = std::ldexp(in.points[2 * static_cast<size_t>(i)], m.coordinateExponent);
-    const double y = std::ldexp(in.points[2 * static_cast<size_t>(i) + 1], m.coordinateExponent);
+    const double x = ScaleByPowerOfTwo(in.points[2 * static_cast<size_t>(i)], m.coordinateExponent);
+    const double y =
+        ScaleByPowerOfTwo(in.points[2 * static_cast<size_t>(i) + 1], m.coordinateExponent);
     v[0] = x;
     v[1] = y;
     for (int32_t j = 0; j < attributes; j++) {

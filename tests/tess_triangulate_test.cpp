@@ -303,8 +303,11 @@ TEST(TessTriangulate, FailuresThrowTenAndFreeBothRecords) {
       {"Qz", {{2, 2, 2, 2, 2, 2}, {}, {}, {}}, 0},         // all identical
       {"Qz", {{0, 0, NAN, 1, 1, 0}, {}, {}, {}}, 0},       // not finite
       {"Qz", {{0, 0, INFINITY, 1, 1, 0}, {}, {}, {}}, 0},  // not finite
-      {"Qpza0", kQuad, 0},                                 // area bound of 0
-      {"Qpzq", kQuad, 0},                                  // no quality stage in this build
+      // 1e-40 is below 2^-100 (about 7.9e-31) of the largest coordinate, 1: differences of
+      // such coordinates could underflow in the predicates.
+      {"Qz", {{0, 0, 1, 0, 0, 1e-40}, {}, {}, {}}, 0},
+      {"Qpza0", kQuad, 0},  // area bound of 0
+      {"Qpzq", kQuad, 0},   // no quality stage in this build
       {"Qpza1", kQuad, 0},
       {"Qpzu", kQuad, 0},
       {"Qpzo2", kQuad, 0},  // no second-order output

@@ -9,11 +9,13 @@
 //   - a missing array that a non-zero count asks for, or the same record as input and output;
 //   - switches q, a (with a number or without), u, o2 and r: this build has no triangle
 //     refinement, no second-order output and no rebuilding of a given triangulation.
-// Coordinates of any magnitude are taken: when the largest lies outside 2^-64 to 2^64, the
-// engine works on the points scaled by a power of two that brings it near 1, which changes no
-// predicate's sign and keeps the in-circle test's fourth powers clear of overflow and
-// underflow, and scales its results back exactly. A point set that spans more than about
-// 2^900 between its smallest and largest coordinates still loses its smallest ones.
+//   - a non-zero coordinate below 2^-100 times the largest one: two such coordinates may
+//     differ by so little that the predicates' products underflow, and an exact sign is then
+//     no longer guaranteed ("Input coordinates span too many orders of magnitude.").
+// Coordinates of any magnitude are taken otherwise: when the largest lies outside 2^-64 to
+// 2^64, the engine works on the points scaled by a power of two that brings it near 1, which
+// changes no predicate's sign and keeps the in-circle test's fourth powers clear of overflow
+// and underflow, and scales its results back exactly.
 // All points on one line are no failure: the result has no triangles, and no segment can be
 // placed. Segments naming a vertex outside the input, or with equal ends, are skipped.
 #include <cfloat>
@@ -33,6 +35,8 @@ namespace {
 
 // Outside this range of the largest coordinate the points are scaled (see the head).
 constexpr int kLargestUnscaledExponent = 64;
+// Non-zero coordinates below 2^-kWidestSpanExponent of the largest are refused (see the head).
+constexpr int kWidestSpanExponent = 100;
 
 void RefuseMissingStages(const TessSwitches& sw) {
   if (sw.minAngle > 0.0 || sw.fixedArea || sw.areaPerTriangle || sw.userTest) {
@@ -72,6 +76,16 @@ void TransferVertices(TessMesh& m, TessSwitches& sw, const TessRecord& in) {
     const double magnitude = std::fabs(in.points[i]);
     if (!(magnitude <= DBL_MAX)) TessFail("Input coordinates must be finite.");
     largest = magnitude > largest ? magnitude : largest;
+  }
+  // With every coordinate 0 or at least 2^-100 of the largest, two that differ do so by at
+  // least 2^-152 of it, whose fourth power with the error terms of the in-circle test stays
+  // far above the smallest double once the largest is scaled near 1.
+  const double smallest = std::ldexp(largest, -kWidestSpanExponent);
+  for (size_t i = 0; i < 2 * static_cast<size_t>(m.inVertices); i++) {
+    const double magnitude = std::fabs(in.points[i]);
+    if (magnitude != 0.0 && magnitude < smallest) {
+      TessFail("Input coordinates span too many orders of magnitude.");
+    }
   }
   m.coordinateExponent = 0;
   if (largest > 0.0 && std::abs(std::ilogb(largest)) > kLargestUnscaledExponent) {

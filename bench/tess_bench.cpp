@@ -22,6 +22,12 @@ void BM_RandomPointsDelaunay(benchmark::State& state) {
 }
 BENCHMARK(BM_RandomPointsDelaunay)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 
+void BM_RandomPointsSweepDelaunay(benchmark::State& state) {
+  const Graph g = tess_bench::UniformPoints(static_cast<int32_t>(state.range(0)));
+  RunEngine(state, "QzF", g);
+}
+BENCHMARK(BM_RandomPointsSweepDelaunay)->Arg(1000000)->Unit(benchmark::kMillisecond);
+
 void BM_PolygonWithHolesConstrained(benchmark::State& state) {
   const Graph g = tess_bench::PolygonWithSquareHoles(100000, 1000);
   RunEngine(state, "Qpz", g);

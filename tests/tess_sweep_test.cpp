@@ -1,0 +1,176 @@
+// The sweep construction (switch F) judged by the independent checker, and against the divide
+// and conquer wherever the Delaunay triangulation is unique.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "tests/testing/report_capture.h"
+#include "tests/testing/tess_checker.h"
+#include "tests/testing/tess_generators.h"
+#include "tests/testing/tess_runner.h"
+
+namespace kly {
+namespace testing {
+namespace {
+
+TessExpectation ExpectationFor(const TessCase& c, const std::string& switches) {
+  TessExpectation e;
+  e.kind = switches.find('D') != std::string::npos   ? TessKind::kConforming
+           : switches.find('p') != std::string::npos ? TessKind::kConstrained
+                                                     : TessKind::kDelaunay;
+  e.segments_in_domain = e.kind != TessKind::kDelaunay;
+  if (e.kind == TessKind::kDelaunay) {
+    e.area = ConvexHullArea(c.graph.points, &e.area_exponent);
+  } else {
+    e.domain_boundary = ContourSegments(c);
+    e.area = DomainArea(c, &e.area_exponent);
+    const PlanarGraph contours{c.graph.points, ContourSegments(c), {}};
+    if (SegmentsCross(contours) || SegmentsRepeat(contours))
+      e.area = std::numeric_limits<double>::quiet_NaN();
+  }
+  return e;
+}
+
+Triangulation ExpectValid(const std::string& switches, const TessCase& c) {
+  const Triangulation out = RunEngine(switches.c_str(), c.graph);
+  const auto findings = CheckTriangulation(c.graph, out, ExpectationFor(c, switches));
+  EXPECT_TRUE(findings.empty()) << "\"" << switches << "\" on " << c.name << ":\n"
+                                << ::testing::PrintToString(findings);
+  return out;
+}
+
+// Triangles as sorted triples of input vertex numbers: comparable whatever the order and
+// rotation in which two constructions list them.
+std::vector<std::array<int32_t, 3>> TriangleSet(const Triangulation& t) {
+  std::vector<std::array<int32_t, 3>> set;
+  for (int32_t i = 0; i < t.TriangleCount(); ++i) {
+    std::array<int32_t, 3> tri{t.corners[3 * i], t.corners[3 * i + 1], t.corners[3 * i + 2]};
+    std::sort(tri.begin(), tri.end());
+    set.push_back(tri);
+  }
+  std::sort(set.begin(), set.end());
+  return set;
+}
+
+// Uniform random doubles are in general position: no four cocircular, no three collinear, so
+// the Delaunay triangulation is unique and both constructions must find the same one.
+TEST(TessSweep, RandomPointsValidAndSameTrianglesAsDivideAndConquer) {
+  for (int seed = 1; seed <= 150; ++seed) {
+    const TessCase c = RandomPoints(seed, 3 + (seed * 53) % 2000);
+    const Triangulation sweep = ExpectValid("QzF", c);
+    const Triangulation dc = RunEngine("Qz", c.graph);
+    EXPECT_EQ(TriangleSet(sweep), TriangleSet(dc)) << c.name;
+  }
+}
+
+// Grids are collinear along every row and column and cocircular in every cell; rows of equal
+// y start the sweep with a whole row at once. Any diagonal of a cell is Delaunay, so only
+// validity and the count can be compared: 2 (columns - 1)(rows - 1) triangles.
+TEST(TessSweep, IntegerGridsWithAndWithoutDuplicates) {
+  for (int32_t columns = 2; columns <= 33; columns += 3)
+    for (int32_t rows = 2; rows <= 33; rows += 5)
+      for (bool duplicates : {false, true}) {
+        const TessCase c = IntegerGrid(columns, rows, duplicates);
+        const Triangulation out = ExpectValid("QzF", c);
+        EXPECT_EQ(out.TriangleCount(), 2 * (columns - 1) * (rows - 1)) << c.name;
+      }
+}
+
+TEST(TessSweep, RotatedAndScaledGrids) {
+  for (int seed = 1; seed <= 10; ++seed) {
+    ExpectValid("QzF", Transformed(IntegerGrid(3 + seed, 2 + seed % 7, seed % 2), 0x1.0p-40, 0.0));
+    ExpectValid("QzF", Transformed(IntegerGrid(2 + seed % 5, 3 + seed, seed % 2), 3.0, 1e6));
+  }
+}
+
+// Small integer coordinates: many vertices share a row, a column or a circle, and many
+// repeat. Points on a few horizontal lines make every breakpoint test meet arcs of equal
+// height, and a first row that is long.
+TEST(TessSweep, CrowdedIntegerPointsAndFewRows) {
+  for (int seed = 1; seed <= 200; ++seed) {
+    TessRandom random(seed);
+    const int32_t range = 2 + seed % 17;
+    const int32_t rows = 1 + seed % 4;
+    TessCase crowded, fewRows;
+    crowded.name = "crowded integers seed " + std::to_string(seed);
+    fewRows.name = "few rows seed " + std::to_string(seed);
+    for (int32_t i = 0; i < 3 + seed; ++i) {
+      crowded.graph.points.push_back(random.Below(range));
+      crowded.graph.points.push_back(random.Below(range));
+      fewRows.graph.points.push_back(random.Uniform());
+      fewRows.graph.points.push_back(random.Below(rows));
+    }
+    // A single row, or a single column, is collinear: no triangle, but no failure either.
+    const bool collinear = rows == 1;
+    const Triangulation out = ExpectValid("QzF", fewRows);
+    if (collinear) {
+      EXPECT_EQ(out.TriangleCount(), 0) << fewRows.name;
+    }
+    if (ConvexHullArea(crowded.graph.points) > 0.0) ExpectValid("QzF", crowded);
+  }
+}
+
+TEST(TessSweep, DuplicatePoints) {
+  for (int seed = 1; seed <= 100; ++seed) ExpectValid("QzF", DuplicatePoints(seed, 4 + seed));
+}
+
+TEST(TessSweep, PolygonsWithHolesConstrainedAndConforming) {
+  for (int seed = 1; seed <= 80; ++seed) {
+    const TessCase c = PolygonWithHoles(seed, 3 + seed % 200, seed % 30, seed % 3 == 0);
+    ExpectValid("QpzF", c);
+    ExpectValid("VpDzF", c);
+  }
+  for (int32_t tips : {3, 5, 17, 100}) ExpectValid("QpzF", StarPolygon(tips));
+}
+
+// Small hand-made inputs whose answer follows from the geometry.
+TEST(TessSweep, SmallCases) {
+  struct Case {
+    const char* name;
+    std::vector<double> points;
+    int32_t triangles;
+  };
+  const Case cases[] = {
+      // Three collinear points, on a slope, along a row and up a column: no triangle.
+      {"sloped line", {0, 0, 1, 1, 2, 2}, 0},
+      {"row", {0, 0, 2, 0, 1, 0}, 0},
+      {"column", {0, 0, 0, 2, 0, 1}, 0},
+      // One triangle whose lowest row is an edge, and one whose lowest vertex is alone.
+      {"flat bottom", {0, 0, 1, 0, 0.5, 1}, 1},
+      {"pointed bottom", {0, 0, -1, 1, 1, 1}, 1},
+      // Four cocircular points: two triangles whichever diagonal.
+      {"square", {0, 0, 1, 0, 1, 1, 0, 1}, 2},
+      // A centre inside a square: four triangles round it.
+      {"square and centre", {0, 0, 2, 0, 2, 2, 0, 2, 1, 1}, 4},
+      // A vertex whose circle event's top is exactly a later vertex: (0,0), (2,0), (1,-1)
+      // have centre (1,0) and radius 1, so their circle tops out at (1,1).
+      {"circle top is a vertex", {0, 0, 2, 0, 1, -1, 1, 1}, 2},
+      // A lowest row of three, then points above each gap: all five on the hull, so
+      // 2 n - 2 - h = 3 triangles.
+      {"row then gaps", {0, 0, 2, 0, 4, 0, 1, 1, 3, 1}, 3},
+  };
+  for (const Case& k : cases) {
+    TessCase c;
+    c.name = k.name;
+    c.graph.points = k.points;
+    const Triangulation out = ExpectValid("QzF", c);
+    EXPECT_EQ(out.TriangleCount(), k.triangles) << k.name;
+  }
+}
+
+// The sweep has no second vertex to start its front with: the engine's failure, silently.
+TEST(TessSweep, AllIdenticalPointsFail) {
+  ReportCapture capture;
+  PlanarGraph identical;
+  identical.points = {1, 2, 1, 2, 1, 2};
+  EXPECT_EQ(ThrownNumber([&] { RunEngine("QzF", identical); }), 10);
+  EXPECT_TRUE(capture.reports().empty());
+}
+
+}  // namespace
+}  // namespace testing
+}  // namespace kly

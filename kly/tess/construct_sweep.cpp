@@ -31,11 +31,25 @@ constexpr uint16_t kSiteEvents = 0x0B;
 constexpr int32_t kNone = -1;
 constexpr int32_t kOutsideTree = -2;  // a parent link: the entry is not in the tree
 
-// Entries [0, vertexCount) are vertex events; the rest are front entries, one per ghost.
+// An event of the heap, with its key: a vertex, or the circle event of a front entry, whose
+// number is held tagged in the low bit, which no vertex address has.
 struct SweepEvent {
-  double x, y;      // the key: the vertex, or the top of the circle of a circle event
-  TessWord item;    // the vertex, or the encoded handle of the ghost's front edge
-  int32_t heapPos;  // kNone when not in the heap
+  double y, x;  // the vertex, or the top of the circle
+  TessWord item;
+};
+
+inline bool IsCircleEvent(const SweepEvent& e) {
+  return (e.item & 1) != 0;
+}
+inline int32_t CircleEntry(const SweepEvent& e) {
+  return static_cast<int32_t>(e.item >> 1);
+}
+
+// The breakpoint of one front ghost in the splay tree, and where its circle event stands in
+// the heap.
+struct FrontEntry {
+  TessWord ghost;   // encoded handle of the ghost's front edge
+  int32_t heapPos;  // kNone when it has no circle event
   int32_t left, right, parent;
 };
 
@@ -117,39 +131,31 @@ inline TriHandle PreviousGhost(TriHandle ghost) {
 struct Sweeper {
   TessMesh& m;
   const TessSwitches& sw;
-  SweepEvent* events;
-  int32_t* heap;
-  int32_t vertexCount;
+  SweepEvent* heap;
+  FrontEntry* entries;
   int32_t heapSize = 0;
   int32_t root = kNone;
   int32_t freeEntries = kNone;  // a stack of released front entries, linked through `left`
-  int32_t nextEntry;            // the first front entry never used
+  int32_t nextEntry = 0;        // the first front entry never used
 
-  Sweeper(TessMesh& mesh, const TessSwitches& switches, SweepEvent* eventArray, int32_t* heapArray,
-          int32_t vertices)
-      : m(mesh),
-        sw(switches),
-        events(eventArray),
-        heap(heapArray),
-        vertexCount(vertices),
-        nextEntry(vertices) {}
+  Sweeper(TessMesh& mesh, const TessSwitches& switches, SweepEvent* heapArray,
+          FrontEntry* entryArray)
+      : m(mesh), sw(switches), heap(heapArray), entries(entryArray) {}
 
   // ---- The event heap ----
 
-  bool Before(int32_t a, int32_t b) const {
-    const SweepEvent& ea = events[a];
-    const SweepEvent& eb = events[b];
-    if (ea.y != eb.y) return ea.y < eb.y;
-    if (ea.x != eb.x) return ea.x < eb.x;
+  static bool Before(const SweepEvent& a, const SweepEvent& b) {
+    if (a.y != b.y) return a.y < b.y;
+    if (a.x != b.x) return a.x < b.x;
     // A circle whose top is a vertex closes before that vertex arrives.
-    return a >= vertexCount && b < vertexCount;
+    return IsCircleEvent(a) && !IsCircleEvent(b);
   }
-  void Place(int32_t pos, int32_t event) {
+  void Place(int32_t pos, const SweepEvent& event) {
     heap[pos] = event;
-    events[event].heapPos = pos;
+    if (IsCircleEvent(event)) entries[CircleEntry(event)].heapPos = pos;
   }
   void SiftUp(int32_t pos) {
-    const int32_t event = heap[pos];
+    const SweepEvent event = heap[pos];
     while (pos > 0) {
       const int32_t parent = (pos - 1) / 2;
       if (!Before(event, heap[parent])) break;
@@ -159,7 +165,7 @@ struct Sweeper {
     Place(pos, event);
   }
   void SiftDown(int32_t pos) {
-    const int32_t event = heap[pos];
+    const SweepEvent event = heap[pos];
     for (;;) {
       int32_t child = 2 * pos + 1;
       if (child >= heapSize) break;
@@ -170,32 +176,38 @@ struct Sweeper {
     }
     Place(pos, event);
   }
-  void Push(int32_t event) {
-    heap[heapSize] = event;
-    events[event].heapPos = heapSize;
+  // The vertex events, already in the array: a heap in linear time.
+  void Heapify(int32_t count) {
+    heapSize = count;
+    for (int32_t pos = count / 2 - 1; pos >= 0; pos--) SiftDown(pos);
+  }
+  void Push(const SweepEvent& event) {
     heapSize++;
+    Place(heapSize - 1, event);
     SiftUp(heapSize - 1);
   }
-  int32_t Pop() {
-    const int32_t top = heap[0];
-    events[top].heapPos = kNone;
+  SweepEvent Pop() {
+    const SweepEvent top = heap[0];
+    if (IsCircleEvent(top)) entries[CircleEntry(top)].heapPos = kNone;
     heapSize--;
     if (heapSize > 0) {
-      heap[0] = heap[heapSize];
+      Place(0, heap[heapSize]);
       SiftDown(0);
     }
     return top;
   }
-  void Remove(int32_t event) {
-    const int32_t pos = events[event].heapPos;
+  // Cancels the entry's circle event, if it has one.
+  void Cancel(int32_t entry) {
+    const int32_t pos = entries[entry].heapPos;
     if (pos == kNone) return;
-    events[event].heapPos = kNone;
+    entries[entry].heapPos = kNone;
     heapSize--;
     if (pos == heapSize) return;
-    const int32_t moved = heap[heapSize];
+    const SweepEvent moved = heap[heapSize];
     Place(pos, moved);
+    // Whichever way it moves, the element left at pos is in order below.
     SiftUp(pos);
-    SiftDown(events[moved].heapPos);
+    SiftDown(pos);
   }
 
   // ---- Front entries ----
@@ -208,17 +220,17 @@ struct Sweeper {
   static void SetEntry(TriHandle ghost, int32_t entry) {
     ghost.tri[ghost.orient + 3] = (static_cast<TessWord>(entry) << 1) | 1u;
   }
-  TriHandle GhostOf(int32_t entry) const { return DecodeTri(events[entry].item); }
+  TriHandle GhostOf(int32_t entry) const { return DecodeTri(entries[entry].ghost); }
 
   int32_t NewEntry(TriHandle ghost) {
     int32_t entry = freeEntries;
     if (entry != kNone) {
-      freeEntries = events[entry].left;
+      freeEntries = entries[entry].left;
     } else {
       entry = nextEntry++;
     }
-    SweepEvent& e = events[entry];
-    e.item = EncodeTri(ghost);
+    FrontEntry& e = entries[entry];
+    e.ghost = EncodeTri(ghost);
     e.heapPos = kNone;
     e.left = e.right = kNone;
     e.parent = kOutsideTree;
@@ -226,7 +238,7 @@ struct Sweeper {
     return entry;
   }
   void ReleaseEntry(int32_t entry) {
-    events[entry].left = freeEntries;
+    entries[entry].left = freeEntries;
     freeEntries = entry;
   }
 
@@ -245,86 +257,85 @@ struct Sweeper {
     const double half = 0.5 / area;
     const double ux = (cy * bSquare - by * cSquare) * half;
     const double uy = (bx * cSquare - cx * bSquare) * half;
-    events[entry].x = a[0] + ux;
-    events[entry].y = a[1] + uy + std::sqrt(ux * ux + uy * uy);
-    Push(entry);
+    Push(SweepEvent{a[1] + uy + std::sqrt(ux * ux + uy * uy), a[0] + ux,
+                    (static_cast<TessWord>(entry) << 1) | 1u});
   }
 
   // ---- The splay tree of breakpoints, left to right ----
 
   void Rotate(int32_t x) {
-    SweepEvent& ex = events[x];
+    FrontEntry& ex = entries[x];
     const int32_t p = ex.parent;
-    SweepEvent& ep = events[p];
+    FrontEntry& ep = entries[p];
     const int32_t g = ep.parent;
     if (ep.left == x) {
       ep.left = ex.right;
-      if (ex.right != kNone) events[ex.right].parent = p;
+      if (ex.right != kNone) entries[ex.right].parent = p;
       ex.right = p;
     } else {
       ep.right = ex.left;
-      if (ex.left != kNone) events[ex.left].parent = p;
+      if (ex.left != kNone) entries[ex.left].parent = p;
       ex.left = p;
     }
     ep.parent = x;
     ex.parent = g;
     if (g == kNone) {
       root = x;
-    } else if (events[g].left == p) {
-      events[g].left = x;
+    } else if (entries[g].left == p) {
+      entries[g].left = x;
     } else {
-      events[g].right = x;
+      entries[g].right = x;
     }
   }
   void Splay(int32_t x) {
-    while (events[x].parent != kNone) {
-      const int32_t p = events[x].parent;
-      const int32_t g = events[p].parent;
-      if (g != kNone) Rotate((events[g].left == p) == (events[p].left == x) ? p : x);
+    while (entries[x].parent != kNone) {
+      const int32_t p = entries[x].parent;
+      const int32_t g = entries[p].parent;
+      if (g != kNone) Rotate((entries[g].left == p) == (entries[p].left == x) ? p : x);
       Rotate(x);
     }
   }
   int32_t Leftmost(int32_t node) const {
-    while (events[node].left != kNone) node = events[node].left;
+    while (entries[node].left != kNone) node = entries[node].left;
     return node;
   }
   // Puts `entry` just after `predecessor` in the tree, or first when that is kNone.
   void InsertAfter(int32_t predecessor, int32_t entry) {
-    SweepEvent& e = events[entry];
+    FrontEntry& e = entries[entry];
     e.left = e.right = kNone;
     if (root == kNone) {
       e.parent = kNone;
       root = entry;
       return;
     }
-    if (predecessor != kNone && events[predecessor].right == kNone) {
-      events[predecessor].right = entry;
+    if (predecessor != kNone && entries[predecessor].right == kNone) {
+      entries[predecessor].right = entry;
       e.parent = predecessor;
     } else {
-      const int32_t below = Leftmost(predecessor == kNone ? root : events[predecessor].right);
-      events[below].left = entry;
+      const int32_t below = Leftmost(predecessor == kNone ? root : entries[predecessor].right);
+      entries[below].left = entry;
       e.parent = below;
     }
     Splay(entry);
   }
   void Delete(int32_t entry) {
-    if (events[entry].parent == kOutsideTree) return;
+    if (entries[entry].parent == kOutsideTree) return;
     Splay(entry);
-    const int32_t left = events[entry].left;
-    const int32_t right = events[entry].right;
+    const int32_t left = entries[entry].left;
+    const int32_t right = entries[entry].right;
     if (left == kNone) {
       root = right;
-      if (right != kNone) events[right].parent = kNone;
+      if (right != kNone) entries[right].parent = kNone;
     } else {
-      events[left].parent = kNone;
+      entries[left].parent = kNone;
       root = left;
       int32_t last = left;
-      while (events[last].right != kNone) last = events[last].right;
+      while (entries[last].right != kNone) last = entries[last].right;
       Splay(last);
-      events[last].right = right;
-      if (right != kNone) events[right].parent = last;
+      entries[last].right = right;
+      if (right != kNone) entries[right].parent = last;
     }
-    events[entry].parent = kOutsideTree;
+    entries[entry].parent = kOutsideTree;
   }
   // The last breakpoint left of v, or kNone when v lies left of them all.
   int32_t Search(const double* v) {
@@ -334,9 +345,9 @@ struct Sweeper {
       const TriHandle ghost = GhostOf(node);
       if (RightOfBreakpoint(Org(ghost), Dest(ghost), v)) {
         found = node;
-        node = events[node].right;
+        node = entries[node].right;
       } else {
-        node = events[node].left;
+        node = entries[node].left;
       }
     }
     if (last != kNone) Splay(last);
@@ -389,7 +400,7 @@ struct Sweeper {
       after = NextGhost(before);
     }
     const int32_t beforeEntry = EntryOf(before);
-    Remove(beforeEntry);
+    Cancel(beforeEntry);
     // The arc of s splits into s, v, s: the edge s-v with a ghost on each side.
     TessVertex s = Dest(before);
     const TriHandle up = MakeTriangle(m, sw);
@@ -418,8 +429,8 @@ struct Sweeper {
     const TriHandle next = NextGhost(ghost);
     const int32_t previousEntry = EntryOf(Lprev(toPrevious));
     const int32_t nextEntryOfFront = EntryOf(next);
-    Remove(previousEntry);
-    Remove(nextEntryOfFront);
+    Cancel(previousEntry);
+    Cancel(nextEntryOfFront);
     Delete(entry);
     ReleaseEntry(entry);
     TessVertex a = Org(ghost);
@@ -442,12 +453,12 @@ struct Sweeper {
   }
 
   // Returns a ghost of the final ring: Lnext of its front edge, as RemoveGhosts takes it.
-  TriHandle Run() {
-    for (int32_t i = 0; i < vertexCount; i++) Push(i);
-    TessVertex first = reinterpret_cast<TessVertex>(events[Pop()].item);
+  TriHandle Run(int32_t vertexCount) {
+    Heapify(vertexCount);
+    TessVertex first = reinterpret_cast<TessVertex>(Pop().item);
     TessVertex last = first;
     while (heapSize > 0) {
-      TessVertex v = reinterpret_cast<TessVertex>(events[heap[0]].item);
+      TessVertex v = reinterpret_cast<TessVertex>(heap[0].item);
       if (last != first && v[1] != first[1]) break;
       Pop();
       if (IsDuplicate(v, last)) continue;
@@ -457,12 +468,12 @@ struct Sweeper {
     if (last == first) TessFail("Input vertices are all identical.");
     CloseRow(last[1] != first[1]);
     while (heapSize > 0) {
-      const int32_t event = Pop();
-      if (event >= vertexCount) {
-        CircleEvent(event);
+      const SweepEvent event = Pop();
+      if (IsCircleEvent(event)) {
+        CircleEvent(CircleEntry(event));
         continue;
       }
-      TessVertex v = reinterpret_cast<TessVertex>(events[event].item);
+      TessVertex v = reinterpret_cast<TessVertex>(event.item);
       if (IsDuplicate(v, last)) continue;
       VertexEvent(v);
       last = v;
@@ -487,23 +498,22 @@ struct Sweeper {
 
 int32_t SweepDelaunay(TessMesh& m, const TessSwitches& sw) {
   const uint32_t count = static_cast<uint32_t>(m.inVertices);
-  // Front entries: each vertex adds at most two ghosts.
-  const uint32_t entries = count + 2 * count + 2;
-  SweepEvent* events =
-      static_cast<SweepEvent*>(TessAllocArray(kSiteEvents, entries, sizeof(SweepEvent)));
-  int32_t* heap = nullptr;
+  // Each vertex adds at most two ghosts, and each ghost has at most one circle event.
+  const uint32_t entryCount = 2 * count + 2;
+  SweepEvent* heap = static_cast<SweepEvent*>(
+      TessAllocArray(kSiteEventHeap, count + entryCount, sizeof(SweepEvent)));
+  FrontEntry* entries = nullptr;
   int32_t code = 0;
   TriHandle startGhost{};
   try {
-    heap = static_cast<int32_t*>(TessAllocArray(kSiteEventHeap, entries, sizeof(int32_t)));
+    entries = static_cast<FrontEntry*>(TessAllocArray(kSiteEvents, entryCount, sizeof(FrontEntry)));
     TraversalInit(m.vertices);
     for (uint32_t i = 0; i < count; i++) {
       TessVertex v = VertexTraverse(m);
-      events[i] =
-          SweepEvent{v[0], v[1], reinterpret_cast<TessWord>(v), kNone, kNone, kNone, kOutsideTree};
+      heap[i] = SweepEvent{v[1], v[0], reinterpret_cast<TessWord>(v)};
     }
-    Sweeper sweeper(m, sw, events, heap, static_cast<int32_t>(count));
-    startGhost = sweeper.Run();
+    Sweeper sweeper(m, sw, heap, entries);
+    startGhost = sweeper.Run(static_cast<int32_t>(count));
   } catch (const TriangleFailure&) {
     code = 10;
   } catch (int32_t number) {
@@ -511,8 +521,8 @@ int32_t SweepDelaunay(TessMesh& m, const TessSwitches& sw) {
   } catch (const std::exception& e) {
     code = NUT_TranslateAndReportException(e);
   }
+  TessFree(entries);
   TessFree(heap);
-  TessFree(events);
   if (code != 0) throw code;
   return RemoveGhosts(m, sw, startGhost);
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <string>
 #include <vector>
@@ -111,6 +112,37 @@ TEST(TessSweep, CrowdedIntegerPointsAndFewRows) {
       EXPECT_EQ(out.TriangleCount(), 0) << fewRows.name;
     }
     if (ConvexHullArea(crowded.graph.points) > 0.0) ExpectValid("QzF", crowded);
+  }
+}
+
+// Regression: rounded circle events. Points rounded onto a circle are nearly cocircular, so
+// circle events and vertices nearly tie; rows of a lattice moved by 1e-13 make nearly straight
+// triples whose circles are huge, and whose tops, computed as centre plus radius, cancelled.
+TEST(TessSweep, NearlyCocircularAndNearlyCollinearPoints) {
+  for (int32_t n = 3; n < 300; n += 7) {
+    TessCase c;
+    c.name = "circle of " + std::to_string(n);
+    for (int32_t i = 0; i < n; ++i) {
+      const double angle = 2.0 * M_PI * i / n;
+      c.graph.points.push_back(std::cos(angle));
+      c.graph.points.push_back(std::sin(angle));
+    }
+    ExpectValid("QzF", c);
+    c.graph.points.push_back(0.0);
+    c.graph.points.push_back(0.0);
+    ExpectValid("QzF", c);
+  }
+  for (int seed = 1; seed <= 100; ++seed) {
+    TessRandom random(seed);
+    TessCase c;
+    c.name = "noisy lattice seed " + std::to_string(seed);
+    const int32_t size = 5 + seed % 20;
+    for (int32_t i = 0; i < size; ++i)
+      for (int32_t j = 0; j < size; ++j) {
+        c.graph.points.push_back(i + (random.Uniform() - 0.5) * 1e-13 * (seed % 3));
+        c.graph.points.push_back(j + (random.Uniform() - 0.5) * 1e-13 * (seed % 2));
+      }
+    ExpectValid("QzF", c);
   }
 }
 

@@ -257,8 +257,11 @@ struct Sweeper {
     const double half = 0.5 / area;
     const double ux = (cy * bSquare - by * cSquare) * half;
     const double uy = (bx * cSquare - cx * bSquare) * half;
-    Push(SweepEvent{a[1] + uy + std::sqrt(ux * ux + uy * uy), a[0] + ux,
-                    (static_cast<TessWord>(entry) << 1) | 1u});
+    // The top is the centre's height plus the radius. Below a nearly straight triple the
+    // centre lies far down and the sum cancels; uy + r = ux^2 / (r - uy) does not.
+    const double radius = std::sqrt(ux * ux + uy * uy);
+    const double top = uy >= 0.0 ? uy + radius : ux * ux / (radius - uy);
+    Push(SweepEvent{a[1] + top, a[0] + ux, (static_cast<TessWord>(entry) << 1) | 1u});
   }
 
   // ---- The splay tree of breakpoints, left to right ----
@@ -494,6 +497,35 @@ struct Sweeper {
   }
 };
 
+// The times of circle events are rounded: near cocircular vertices a circle event may come
+// after a vertex that lies just inside its circle, or before one just outside. The front
+// stays consistent, so the result is a triangulation, but such an edge fails the exact
+// in-circle test. Flipping every failing edge until none is left (each flip lowers the lifted
+// surface, so this ends) restores the Delaunay property. Edges on the ghost ring are hull
+// edges and stay.
+void FlipToDelaunay(TessMesh& m, const TessSwitches& sw) {
+  bool flipped;
+  do {
+    flipped = false;
+    TraversalInit(m.triangles);
+    for (TessWord* tri = TriangleTraverse(m); tri != nullptr; tri = TriangleTraverse(m)) {
+      if (tri[3] == 0 || tri[4] == 0 || tri[5] == 0) continue;  // a ghost
+      for (uint32_t orient = 0; orient < 3; orient++) {
+        const TriHandle edge{tri, orient};
+        const TriHandle other = Sym(edge);
+        // Each edge once: from the record at the lower address.
+        if (other.tri == m.dummyTriangle || other.tri < tri) continue;
+        TessVertex far = Apex(other);
+        if (far == nullptr) continue;
+        if (InCircle(m.counters, sw, Org(edge), Dest(edge), Apex(edge), far) > 0.0) {
+          Flip(m, sw, edge);
+          flipped = true;
+        }
+      }
+    }
+  } while (flipped);
+}
+
 }  // namespace
 
 int32_t SweepDelaunay(TessMesh& m, const TessSwitches& sw) {
@@ -524,5 +556,6 @@ int32_t SweepDelaunay(TessMesh& m, const TessSwitches& sw) {
   TessFree(entries);
   TessFree(heap);
   if (code != 0) throw code;
+  FlipToDelaunay(m, sw);
   return RemoveGhosts(m, sw, startGhost);
 }

@@ -4,6 +4,7 @@
 
 #include "kly/package/failure.h"
 #include "tests/testing/tess_checker.h"
+#include "tests/testing/tess_generators.h"
 #include "tests/testing/tess_runner.h"
 
 namespace kly {
@@ -105,6 +106,40 @@ TEST(TessRegression, UnderflowingPointsDoNotCrashHoleCarving) {
   const PlanarGraph in{{1, 1e-150, 1e-200, 1e-190, 5e-323, 0, 0, 0}, {}, {}};
   ExpectValidOrTen("Qpz", in, TessKind::kConstrained);
   ExpectValidOrTen("VpDz", in, TessKind::kConforming);
+}
+
+// Grids scaled by 1e-300: the rounding moves the vertices off the anti-diagonal and slope-1/2
+// segments by a unit in the last place or so. Those segments must go past such vertices, and
+// cross the other segments at added vertices of their own; the crossing handling snapped the
+// crossing onto the nearby grid vertex (bending the segment through a vertex that is not on
+// it) and then gave up with 10.
+TEST(TessRegression, SegmentsPassingWithinARoundingOfVerticesStillConstrain) {
+  for (int32_t size : {5, 7, 11, 16}) {
+    const TessCase c = Transformed(GridWithSegmentsThroughVertices(size), 1e-300, 0.0);
+    Triangulation out;
+    ASSERT_NO_THROW(out = RunEngine("Qpz", c.graph)) << c.name;
+    TessExpectation expect;
+    expect.kind = TessKind::kConstrained;
+    expect.segments_in_domain = true;
+    EXPECT_EQ(CheckTriangulation(c.graph, out, expect), std::vector<std::string>{}) << c.name;
+  }
+}
+
+// Segment 0-1 crosses 2-3 near 0; 2-3 and 3-0 meet at 3 at an angle of 1.4e-7 radians, and
+// their other ends (0 and the crossing vertex) lie 0.016 apart. The conforming splits were
+// measured on shells round the nearer end of each subsegment, 0 for one segment and the
+// crossing vertex for the other, so the split vertices of the two nearly parallel segments
+// never lined up and kept encroaching each other until the split bound failed them.
+// Measured from the vertex of the tiny angle, the splits line up and end.
+TEST(TessRegression, NearlyParallelSegmentsFromOneVertexConform) {
+  const PlanarGraph in{{1, 0, 1124, 260, 0, 0, 25700, 93}, {0, 1, 2, 3, 3, 0}, {}};
+  Triangulation out;
+  ASSERT_NO_THROW(out = RunEngine("VpDz", in));
+  TessExpectation expect;
+  expect.kind = TessKind::kConforming;
+  expect.segments_in_domain = false;
+  EXPECT_TRUE(CheckTriangulation(in, out, expect).empty());
+  EXPECT_LT(out.PointCount(), 1000);  // a few per shell, some 20 shells
 }
 
 }  // namespace

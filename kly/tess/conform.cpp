@@ -1,6 +1,8 @@
 // The conforming stage: subsegments seen by an opposite apex at more than a right angle are
 // split until none is, so that the mesh with its segments is Delaunay.
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "kly/tess/constraints.h"
 #include "kly/tess/construction.h"
@@ -41,33 +43,118 @@ BadSubsegment* NextBadSubsegment(TessMesh& m) {
   return bad;
 }
 
-// Whether the edge of `handle` bears a subsegment.
-inline bool Guarded(const TessMesh& m, TriHandle handle) {
-  return HasSubsegment(m, handle);
+constexpr const char* kSplitsDoNotEnd =
+    "Conforming refinement does not end: segments meet at too small an angle.";
+
+// Below this angle between two segments at a shared end, every split of both is measured from
+// that end (see SplitFraction).
+constexpr double kTinyAngle = 1e-3;
+// Below this angle even that fails: the split vertices of the two segments must lie at equal
+// distances from the shared end to within about the distance times the angle squared, far
+// below the rounding of their coordinates. Unaligned, they encroach each other until the
+// subsegments are as short as the gap between the segments, some 1 / angle = 1e9 splits a
+// shell, far beyond the bound on splits: the stage refuses such input at once.
+constexpr double kHopelessAngle = 1e-9;
+
+// The smallest angle at the segment end `end` between the segment towards `far` and another
+// subsegment at `end`; kTinyAngle when none is smaller.
+double SmallestAngleAt(const TessMesh& m, TessVertex end, TessVertex far) {
+  double smallest = kTinyAngle;
+  if (m.vertexToTriangleIndex == 0) return smallest;  // no vertex map without segments
+  const TessWord encoded = VertexToTriangle(m, end);
+  if (encoded == 0) return smallest;
+  const TriHandle start = DecodeTri(encoded);
+  if (IsDeadTriangle(start.tri) || Org(start) != end) return smallest;
+  const double ax = far[0] - end[0], ay = far[1] - end[1];
+  // Each triangle at `end` has two edges there: the handle's, and the one from its apex.
+  const auto visitEdge = [&](TriHandle edge, TessVertex other) {
+    const SubHandle sub = TSPivot(edge);
+    if (sub.ss == m.dummySubsegment) return;
+    // The segment's own first subsegment.
+    if ((SegOrg(sub) == end && SegDest(sub) == far) || (SegOrg(sub) == far && SegDest(sub) == end))
+      return;
+    const double bx = other[0] - end[0], by = other[1] - end[1];
+    smallest = std::min(smallest, std::atan2(std::fabs(ax * by - ay * bx), ax * bx + ay * by));
+  };
+  const auto visit = [&](TriHandle h) {
+    visitEdge(h, Dest(h));
+    visitEdge(Lprev(h), Apex(h));
+  };
+  // Round the vertex counterclockwise, then clockwise from the start when the hull stops it.
+  const int64_t limit = static_cast<int64_t>(m.triangles.items) + 3;
+  TriHandle h = start;
+  int64_t steps = 0;
+  do {
+    visit(h);
+    h = Onext(h);
+  } while (h.tri != m.dummyTriangle && !SameHandle(h, start) && ++steps < limit);
+  if (h.tri == m.dummyTriangle) {
+    for (h = Oprev(start); h.tri != m.dummyTriangle && ++steps < limit; h = Oprev(h)) visit(h);
+  }
+  return smallest;
+}
+
+// Where to split the subsegment from `org` to `dest`, as a fraction of the way to `dest`.
+// Ruppert's concentric shells: a subsegment with an end shared with another segment is split
+// at a power of two from that end, so that two segments meeting at a small angle gain
+// vertices at equal distances from their shared end, which do not encroach each other.
+// Segments that meet at a tiny angle need that all along them, not only at the shared end:
+// two nearly parallel segments whose other ends lie apart (a crossing near an end leaves
+// these) gain vertices from midpoints that never line up, and each then lies in the
+// diametral circle of a subsegment of the other until the subsegments are as short as the gap
+// between the segments. So below kTinyAngle every subsegment of such a segment is split at
+// the multiple of the largest power of two, in distance from the tiny angle's end, that falls
+// in the middle half of the subsegment's span of distances.
+double SplitFraction(const TessMesh& m, SubHandle current, TessVertex org, TessVertex dest) {
+  TessVertex segOrg = SegOrg(current);
+  TessVertex segDest = SegDest(current);
+  const double angleOrg = SmallestAngleAt(m, segOrg, segDest);
+  const double angleDest = SmallestAngleAt(m, segDest, segOrg);
+  if (std::min(angleOrg, angleDest) < kHopelessAngle) TessFail(kSplitsDoNotEnd);
+  if (std::min(angleOrg, angleDest) < kTinyAngle) {
+    TessVertex centre = angleOrg <= angleDest ? segOrg : segDest;
+    const double near = std::hypot(org[0] - centre[0], org[1] - centre[1]);
+    const double farther = std::hypot(dest[0] - centre[0], dest[1] - centre[1]);
+    const double span = farther - near;
+    if (std::fabs(span) > 0.0 && std::isfinite(span)) {
+      const double low = std::min(near, farther) + 0.25 * std::fabs(span);
+      const double high = std::max(near, farther) - 0.25 * std::fabs(span);
+      // A multiple of 2^(top - 1) always falls in a window half as wide as the span; the
+      // rounding of low and high may only hide it at the limit of precision.
+      const int top = std::ilogb(std::fabs(span));
+      for (int exponent = top; exponent >= top - 2; exponent--) {
+        const double radius = std::ldexp(std::ceil(std::ldexp(low, -exponent)), exponent);
+        if (radius <= high) {
+          const double split = (radius - near) / span;
+          if (split > 0.0 && split < 1.0) return split;
+        }
+      }
+    }
+  }
+  // Is an end shared with another segment? Then split on a power-of-two shell round it.
+  TriHandle encroached = STPivot(current);
+  bool acuteOrg = HasSubsegment(m, Lnext(encroached));
+  bool acuteDest = HasSubsegment(m, Lnext(Lnext(encroached)));
+  const TriHandle other = Sym(encroached);
+  if (other.tri != m.dummyTriangle) {
+    acuteDest = acuteDest || HasSubsegment(m, Lnext(other));
+    acuteOrg = acuteOrg || HasSubsegment(m, Lnext(Lnext(other)));
+  }
+  if (!acuteOrg && !acuteDest) return 0.5;
+  // The worst ratio of the two parts is 2:1.
+  const double length = std::sqrt(SquaredLength(org, dest));
+  double shell = 1.0;
+  while (length > 3.0 * shell) shell *= 2.0;
+  while (length < 1.5 * shell) shell *= 0.5;
+  const double split = shell / length;
+  return acuteDest ? 1.0 - split : split;
 }
 
 void SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
   TessVertex org = SOrg(current);
   TessVertex dest = SDest(current);
   TriHandle encroached = STPivot(current);
-  // Is an end shared with another segment? Then split on a power-of-two shell round it.
-  bool acuteOrg = Guarded(m, Lnext(encroached));
-  bool acuteDest = Guarded(m, Lnext(Lnext(encroached)));
-  const TriHandle other = Sym(encroached);
-  if (other.tri != m.dummyTriangle) {
-    acuteDest = acuteDest || Guarded(m, Lnext(other));
-    acuteOrg = acuteOrg || Guarded(m, Lnext(Lnext(other)));
-  }
-  double split = 0.5;
-  if (acuteOrg || acuteDest) {
-    // Ruppert's concentric shells: the worst ratio of the two parts is 2:1.
-    const double length = std::sqrt(SquaredLength(org, dest));
-    double shell = 1.0;
-    while (length > 3.0 * shell) shell *= 2.0;
-    while (length < 1.5 * shell) shell *= 0.5;
-    split = shell / length;
-    if (acuteDest) split = 1.0 - split;
-  }
+  const double split = SplitFraction(m, current, org, dest);
 
   TessVertex vertex = MakeVertex(m);
   for (int i = 0; i < 2 + m.vertexAttributes; i++) vertex[i] = org[i] + split * (dest[i] - org[i]);
@@ -112,8 +199,7 @@ void SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw) {
       // Skip a record whose subsegment was split or eaten since it was found.
       if (!IsDeadSubsegment(current.ss) && SOrg(current) == bad->subsegOrg &&
           SDest(current) == bad->subsegDest) {
-        if (++splits > bound)
-          TessFail("Conforming refinement does not end: segments meet at too small an angle.");
+        if (++splits > bound) TessFail(kSplitsDoNotEnd);
         SplitOne(m, sw, current);
       }
       ReleaseBadSubsegment(m, bad);
@@ -157,6 +243,12 @@ int32_t CheckSegmentForEncroachment(TessMesh& m, const TessSwitches& sw, SubHand
 void EnforceQuality(TessMesh& m, const TessSwitches& sw) {
   PoolInit(m.badSubsegments, sizeof(BadSubsegment), kBadSubsegmentsPerBlock,
            kBadSubsegmentsPerBlock, 0);
+  // Carving may have eaten the triangle a vertex names; SplitFraction walks round segment ends.
+  if (m.vertexToTriangleIndex != 0) {
+    TraversalInit(m.triangles);
+    for (TessWord* tri = TriangleTraverse(m); tri != nullptr; tri = TriangleTraverse(m))
+      RememberCorners(m, tri);
+  }
   TraversalInit(m.subsegments);
   for (TessWord* ss = SubsegmentTraverse(m); ss != nullptr; ss = SubsegmentTraverse(m)) {
     CheckSegmentForEncroachment(m, sw, SubHandle{ss, 0});

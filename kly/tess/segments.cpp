@@ -15,6 +15,11 @@ namespace {
 
 enum Direction { kWithin = 0, kLeftCollinear = 1, kRightCollinear = 2 };
 
+// How far, relative to its length, a crossing vertex may bend a segment off its line. Each
+// crossing is measured from the line through the previous one, so the bends add up: a segment
+// crossed a thousand times still stays within 1e-9 of its length of its line.
+constexpr double kCrossingSlack = 1e-12;
+
 struct SegmentInserter {
   TessMesh& m;
   const TessSwitches& sw;
@@ -28,6 +33,25 @@ struct SegmentInserter {
   bool stoppedDigs = false;
   // Whether any segment was dug in by flips, which pass through inverted triangles.
   bool dug = false;
+  // The ends of the segment being inserted.
+  TessVertex segmentStart = nullptr;
+  TessVertex segmentEnd = nullptr;
+
+  // A walk that goes on from a crossing vertex, which lies off the segment's line by a
+  // rounding, may find a vertex exactly in line that is not on the segment. Bending the
+  // segment through an input vertex off its line, or through an added one farther off than a
+  // crossing may bend it, would give a wrong result rather than a rounded one.
+  void RequireOnSegment(TessVertex w) {
+    if (Ccw(segmentStart, segmentEnd, w) == 0.0) return;
+    const double lineX = segmentEnd[0] - segmentStart[0];
+    const double lineY = segmentEnd[1] - segmentStart[1];
+    const double off =
+        std::fabs(lineX * (w[1] - segmentStart[1]) - lineY * (w[0] - segmentStart[0]));
+    if (VertexType(m, w) != kSegmentVertex ||
+        !(off <= kCrossingSlack * (lineX * lineX + lineY * lineY))) {
+      TessFail("Internal error.");
+    }
+  }
 
   void Spend() {
     if (--budget < 0) TessFail("Internal error.");
@@ -74,26 +98,44 @@ struct SegmentInserter {
     return kWithin;
   }
 
-  // The rounded crossing point may lie off the crossed edge, on the wrong side of one of the
-  // four triangles that splitting the edge there would make. Looks at (x, y) and its
-  // neighbours one unit in the last place away for a point that leaves all four positively
-  // turned; false when there is none, and the crossing must go to an end of the edge.
-  bool FindSplitPoint(TriHandle crossHandle, double& x, double& y) {
+  // Whether a vertex at `p` on the edge of `crossHandle` would leave all four triangles that
+  // splitting the edge there makes positively turned, and the flips that restore the Delaunay
+  // property round it would turn strictly convex quadrilaterals only. A point placed a few
+  // units in the last place off the exact crossing can otherwise be exactly in line with the
+  // apex across one of the four outer edges, and the flip leaves a triangle of no area.
+  bool FitsCrossedEdge(TriHandle crossHandle, const double* p) {
     TessVertex org = Org(crossHandle);
     TessVertex dest = Dest(crossHandle);
     TessVertex near = Apex(crossHandle);
     const TriHandle across = Sym(crossHandle);
     TessVertex far = across.tri == m.dummyTriangle ? nullptr : Apex(across);
-    const auto fits = [&](const double* p) {
-      return Ccw(org, p, near) > 0.0 && Ccw(p, dest, near) > 0.0 &&
-             (far == nullptr || (Ccw(dest, p, far) > 0.0 && Ccw(p, org, far) > 0.0));
+    if (!(Ccw(org, p, near) > 0.0 && Ccw(p, dest, near) > 0.0 &&
+          (far == nullptr || (Ccw(dest, p, far) > 0.0 && Ccw(p, org, far) > 0.0)))) {
+      return false;
+    }
+    // Each outer edge from a to b, with p on its left; the apex across it is w.
+    const auto flipsSafely = [&](TriHandle outer) {
+      const TriHandle beyond = Sym(outer);
+      if (beyond.tri == m.dummyTriangle || HasSubsegment(m, outer)) return true;
+      TessVertex a = Org(outer);
+      TessVertex b = Dest(outer);
+      TessVertex w = Apex(beyond);
+      if (InCircle(m.counters, sw, p, a, b, w) <= 0.0) return true;
+      return Ccw(p, a, w) > 0.0 && Ccw(p, w, b) > 0.0;
     };
+    if (!flipsSafely(Lprev(crossHandle)) || !flipsSafely(Lnext(crossHandle))) return false;
+    return far == nullptr || (flipsSafely(Lprev(across)) && flipsSafely(Lnext(across)));
+  }
+
+  // Whether (x, y) or one of its neighbours one unit in the last place away fits the crossed
+  // edge; (x, y) becomes the first that does.
+  bool FitNearby(TriHandle crossHandle, double& x, double& y) {
     const double xs[3] = {x, std::nextafter(x, -HUGE_VAL), std::nextafter(x, HUGE_VAL)};
     const double ys[3] = {y, std::nextafter(y, -HUGE_VAL), std::nextafter(y, HUGE_VAL)};
     for (const double cx : xs) {
       for (const double cy : ys) {
         const double p[2] = {cx, cy};
-        if (fits(p)) {
+        if (FitsCrossedEdge(crossHandle, p)) {
           x = cx;
           y = cy;
           return true;
@@ -103,12 +145,43 @@ struct SegmentInserter {
     return false;
   }
 
+  // The rounded crossing point (x, y), at `split` of the way along the crossed edge, may lie
+  // on or beyond an end of the edge, or on the wrong side of one of the four triangles that
+  // splitting the edge there would make: a segment that passes within a rounding of a vertex
+  // crosses the segments through that vertex within a rounding of it. Looks near (x, y), then
+  // at points along the edge ever farther from the crossing, towards the edge's middle, for
+  // one that fits and stays within kCrossingSlack of the crossing segment's line (from `end1`
+  // to `target`); the crossing vertex then bends that segment by no more than that. False
+  // when there is none, and the crossing must go to an end of the edge.
+  bool FindSplitPoint(TriHandle crossHandle, const double* end1, const double* target, double split,
+                      double& x, double& y) {
+    if (split > 0.0 && split < 1.0 && FitNearby(crossHandle, x, y)) return true;
+    TessVertex org = Org(crossHandle);
+    TessVertex dest = Dest(crossHandle);
+    const double lineX = target[0] - end1[0];
+    const double lineY = target[1] - end1[1];
+    const double slack = kCrossingSlack * std::hypot(lineX, lineY);
+    const double start = std::min(std::max(split, 0.0), 1.0);
+    for (int halvings = 60; halvings >= 1; halvings--) {
+      const double t = start + std::ldexp(0.5 - start, -halvings);
+      double cx = org[0] + t * (dest[0] - org[0]);
+      double cy = org[1] + t * (dest[1] - org[1]);
+      if (!FitNearby(crossHandle, cx, cy)) continue;
+      // The distance off the line, times the line's length.
+      const double off = std::fabs(lineX * (cy - end1[1]) - lineY * (cx - end1[0]));
+      if (!(off <= slack * std::hypot(lineX, lineY))) return false;
+      x = cx;
+      y = cy;
+      return true;
+    }
+    return false;
+  }
+
   // Puts a vertex where the segment from the apex end1 of `crossHandle` to `target` crosses
   // the subsegment on the handle's edge, and makes the piece from end1 to it a subsegment. On
-  // return `crossHandle` has the crossing vertex as its origin. A crossing that rounds onto an
-  // end of the crossed edge (or beyond) is that end: two vertices at one place would leave a
-  // zero-length edge and inverted triangles, as when a segment is given twice and already
-  // carries crossing vertices that lie off its line by a rounding.
+  // return `crossHandle` has the crossing vertex as its origin. A crossing for which no point
+  // fits (see FindSplitPoint) is the nearer end of the crossed edge: two vertices at one place
+  // would leave a zero-length edge and inverted triangles.
   void SegmentIntersection(TriHandle& crossHandle, SubHandle crossSub, const double* target,
                            int32_t mark) {
     TessVertex end1 = Apex(crossHandle);
@@ -125,11 +198,12 @@ struct SegmentInserter {
     const double split = (ey * etx - ex * ety) / denominator;
     double x = org[0] + split * (dest[0] - org[0]);
     double y = org[1] + split * (dest[1] - org[1]);
-    bool snapToOrg = !(split > 0.0) || (x == org[0] && y == org[1]);
-    bool snapToDest = !snapToOrg && (!(split < 1.0) || (x == dest[0] && y == dest[1]));
-    if (!snapToOrg && !snapToDest && !FindSplitPoint(crossHandle, x, y)) {
+    bool snapToOrg = false;
+    bool snapToDest = false;
+    if (!FindSplitPoint(crossHandle, end1, target, split, x, y)) {
       snapToOrg = split < 0.5;
       snapToDest = !snapToOrg;
+      RequireOnSegment(snapToOrg ? org : dest);
     }
     if (snapToOrg) {
       InsertSubsegment(m, sw, Lprev(crossHandle), mark);
@@ -147,7 +221,7 @@ struct SegmentInserter {
     for (int i = 2; i < 2 + m.vertexAttributes; i++)
       vertex[i] = org[i] + split * (dest[i] - org[i]);
     VertexMark(m, vertex) = SubsegMark(crossSub);
-    VertexType(m, vertex) = kInputVertex;
+    VertexType(m, vertex) = kSegmentVertex;
     if (InsertVertex(m, sw, vertex, crossHandle, &crossSub, false) != kSuccessfulVertex) {
       TessFail("Internal error.");
     }
@@ -194,11 +268,13 @@ struct SegmentInserter {
       }
       if (direction == kLeftCollinear) {
         // A vertex stands on the segment's way: the segment bends through it.
+        RequireOnSegment(apex);
         handle = Lprev(handle);
         InsertSubsegment(m, sw, handle, mark);
         continue;
       }
       if (direction == kRightCollinear) {
+        RequireOnSegment(dest);
         InsertSubsegment(m, sw, handle, mark);
         handle = Lnext(handle);
         continue;
@@ -262,6 +338,7 @@ struct SegmentInserter {
         const double area = Ccw(end1, end2, far);
         if (area == 0.0) {
           // A vertex stands exactly on the segment.
+          RequireOnSegment(far);
           collision = true;
           stoppedDigs = true;
           TriHandle fixup2 = Oprev(fixup);
@@ -336,6 +413,8 @@ struct SegmentInserter {
 
   void InsertSegment(TessVertex end1, TessVertex end2, int32_t mark) {
     budget = 8 * (static_cast<int64_t>(m.triangles.items) + m.vertices.items) + 64;
+    segmentStart = end1;
+    segmentEnd = end2;
     TriHandle search1 = FindEndpoint(end1);
     m.recentTriangle = search1;
     if (ScoutSegment(search1, end2, mark)) return;

@@ -11,25 +11,22 @@
 // circle through three consecutive arcs' vertices, when the middle arc shrinks to nothing:
 // the left ghost becomes the real triangle and the right ghost the new front edge.
 //
-// The breakpoints are ordered left to right in a splay tree, searched with an exact test.
-// Every front ghost owns one front entry (its tree node and the circle event of the arc that
-// follows its destination), named by the ghost's apex word.
+// The breakpoints are ordered left to right in a splay tree (sweep_splay.cpp), searched with
+// an exact test. Every front ghost owns one front entry (its tree node and the circle event
+// of the arc that follows its destination), named by the ghost's apex word.
 #include <cmath>
 #include <exception>
 
 #include "kly/host/nut.h"
 #include "kly/tess/construction.h"
-#include "kly/tess/exact_arithmetic.h"
 #include "kly/tess/failure.h"
+#include "kly/tess/sweep_front.h"
 #include "kly/tess/triangulate.h"
 
 namespace {
 
 constexpr uint16_t kSiteEventHeap = 0x0A;
 constexpr uint16_t kSiteEvents = 0x0B;
-
-constexpr int32_t kNone = -1;
-constexpr int32_t kOutsideTree = -2;  // a parent link: the entry is not in the tree
 
 // An event of the heap, with its key: a vertex, or the circle event of a front entry, whose
 // number is held tagged in the low bit, which no vertex address has.
@@ -43,80 +40,6 @@ inline bool IsCircleEvent(const SweepEvent& e) {
 }
 inline int32_t CircleEntry(const SweepEvent& e) {
   return static_cast<int32_t>(e.item >> 1);
-}
-
-// The breakpoint of one front ghost in the splay tree, and where its circle event stands in
-// the heap.
-struct FrontEntry {
-  TessWord ghost;   // encoded handle of the ghost's front edge
-  int32_t heapPos;  // kNone when it has no circle event
-  int32_t left, right, parent;
-};
-
-// e * f exactly for short expansions; h must hold 2 * eLen * fLen doubles.
-int32_t MultiplyExpansions(int32_t eLen, const double* e, int32_t fLen, const double* f,
-                           double* h) {
-  double product[64], sum[128];
-  int32_t hLen = ScaleExpansionZeroElim(eLen, e, f[0], h);
-  for (int32_t i = 1; i < fLen; i++) {
-    const int32_t pLen = ScaleExpansionZeroElim(eLen, e, f[i], product);
-    const int32_t sLen = FastExpansionSumZeroElim(hLen, h, pLen, product, sum);
-    for (int32_t k = 0; k < sLen; k++) h[k] = sum[k];
-    hLen = sLen;
-  }
-  return hLen;
-}
-
-// |d|^2 for a vector whose components are the two-term expansions dx and dy.
-int32_t SquaredLength(const double* dx, const double* dy, double* h) {
-  double xx[8], yy[8];
-  const int32_t xLen = MultiplyExpansions(2, dx, 2, dx, xx);
-  const int32_t yLen = MultiplyExpansions(2, dy, 2, dy, yy);
-  return FastExpansionSumZeroElim(xLen, xx, yLen, yy, h);
-}
-
-// The sign of (vy - Ry) |v - L|^2 - (vy - Ly) |v - R|^2, computed exactly.
-double BreakpointDeterminantExact(const double* left, const double* right, const double* v) {
-  double dLx[2], dLy[2], dRx[2], dRy[2];
-  TwoDiff(v[0], left[0], dLx[1], dLx[0]);
-  TwoDiff(v[1], left[1], dLy[1], dLy[0]);
-  TwoDiff(v[0], right[0], dRx[1], dRx[0]);
-  TwoDiff(v[1], right[1], dRy[1], dRy[0]);
-  double squareL[16], squareR[16], termL[64], termR[64], total[128];
-  const int32_t sLLen = SquaredLength(dLx, dLy, squareL);
-  const int32_t sRLen = SquaredLength(dRx, dRy, squareR);
-  const int32_t tLLen = MultiplyExpansions(sLLen, squareL, 2, dRy, termL);
-  int32_t tRLen = MultiplyExpansions(sRLen, squareR, 2, dLy, termR);
-  for (int32_t k = 0; k < tRLen; k++) termR[k] = -termR[k];
-  const int32_t totalLen = FastExpansionSumZeroElim(tLLen, termL, tRLen, termR, total);
-  return total[totalLen - 1];
-}
-
-// Positive when, on the sweep line through v, the arc of `right` stands above the arc of
-// `left` at v's abscissa. An arc of vertex p at sweep height s is the set of points as far
-// from p as from the line: y = (s + py) / 2 - (x - px)^2 / (2 (s - py)); multiplying the
-// difference of the two arcs by 2 (s - Ly)(s - Ry) gives this determinant.
-double BreakpointDeterminant(const double* left, const double* right, const double* v) {
-  const double dLx = v[0] - left[0], dLy = v[1] - left[1];
-  const double dRx = v[0] - right[0], dRy = v[1] - right[1];
-  const double squareL = dLx * dLx + dLy * dLy;
-  const double squareR = dRx * dRx + dRy * dRy;
-  const double det = dRy * squareL - dLy * squareR;
-  // Each term carries a relative error of a few ulps; 1e-14 bounds it with room to spare.
-  const double bound = 1e-14 * (std::fabs(dRy) * squareL + std::fabs(dLy) * squareR);
-  if (det > bound || -det > bound) return det;
-  return BreakpointDeterminantExact(left, right, v);
-}
-
-// Whether v, on the sweep line, lies right of the breakpoint where the arc of `left` gives
-// way to the arc of `right`. Two arcs of different heights cross twice; the narrower one (of
-// the higher vertex) stands above the other between the crossings, around its own vertex.
-// Where `right` is higher, the breakpoint is the left crossing, and everything right of its
-// vertex lies right of it; where `left` is higher, it is the right crossing. A tie goes left.
-bool RightOfBreakpoint(const double* left, const double* right, const double* v) {
-  if (left[1] < right[1]) return v[0] > right[0] || BreakpointDeterminant(left, right, v) > 0.0;
-  if (left[1] > right[1]) return v[0] > left[0] && BreakpointDeterminant(left, right, v) > 0.0;
-  return BreakpointDeterminant(left, right, v) > 0.0;
 }
 
 // The ghosts of the ring around a front vertex: the next ghost's front edge begins where
@@ -134,13 +57,13 @@ struct Sweeper {
   SweepEvent* heap;
   FrontEntry* entries;
   int32_t heapSize = 0;
-  int32_t root = kNone;
-  int32_t freeEntries = kNone;  // a stack of released front entries, linked through `left`
-  int32_t nextEntry = 0;        // the first front entry never used
+  FrontTree tree;
+  int32_t freeEntries = kNoEntry;  // a stack of released front entries, linked through `left`
+  int32_t nextEntry = 0;           // the first front entry never used
 
   Sweeper(TessMesh& mesh, const TessSwitches& switches, SweepEvent* heapArray,
           FrontEntry* entryArray)
-      : m(mesh), sw(switches), heap(heapArray), entries(entryArray) {}
+      : m(mesh), sw(switches), heap(heapArray), entries(entryArray), tree(entryArray) {}
 
   // ---- The event heap ----
 
@@ -188,7 +111,7 @@ struct Sweeper {
   }
   SweepEvent Pop() {
     const SweepEvent top = heap[0];
-    if (IsCircleEvent(top)) entries[CircleEntry(top)].heapPos = kNone;
+    if (IsCircleEvent(top)) entries[CircleEntry(top)].heapPos = kNoEntry;
     heapSize--;
     if (heapSize > 0) {
       Place(0, heap[heapSize]);
@@ -199,8 +122,8 @@ struct Sweeper {
   // Cancels the entry's circle event, if it has one.
   void Cancel(int32_t entry) {
     const int32_t pos = entries[entry].heapPos;
-    if (pos == kNone) return;
-    entries[entry].heapPos = kNone;
+    if (pos == kNoEntry) return;
+    entries[entry].heapPos = kNoEntry;
     heapSize--;
     if (pos == heapSize) return;
     const SweepEvent moved = heap[heapSize];
@@ -224,15 +147,15 @@ struct Sweeper {
 
   int32_t NewEntry(TriHandle ghost) {
     int32_t entry = freeEntries;
-    if (entry != kNone) {
+    if (entry != kNoEntry) {
       freeEntries = entries[entry].left;
     } else {
       entry = nextEntry++;
     }
     FrontEntry& e = entries[entry];
     e.ghost = EncodeTri(ghost);
-    e.heapPos = kNone;
-    e.left = e.right = kNone;
+    e.heapPos = kNoEntry;
+    e.left = e.right = kNoEntry;
     e.parent = kOutsideTree;
     SetEntry(ghost, entry);
     return entry;
@@ -264,99 +187,6 @@ struct Sweeper {
     Push(SweepEvent{a[1] + top, a[0] + ux, (static_cast<TessWord>(entry) << 1) | 1u});
   }
 
-  // ---- The splay tree of breakpoints, left to right ----
-
-  void Rotate(int32_t x) {
-    FrontEntry& ex = entries[x];
-    const int32_t p = ex.parent;
-    FrontEntry& ep = entries[p];
-    const int32_t g = ep.parent;
-    if (ep.left == x) {
-      ep.left = ex.right;
-      if (ex.right != kNone) entries[ex.right].parent = p;
-      ex.right = p;
-    } else {
-      ep.right = ex.left;
-      if (ex.left != kNone) entries[ex.left].parent = p;
-      ex.left = p;
-    }
-    ep.parent = x;
-    ex.parent = g;
-    if (g == kNone) {
-      root = x;
-    } else if (entries[g].left == p) {
-      entries[g].left = x;
-    } else {
-      entries[g].right = x;
-    }
-  }
-  void Splay(int32_t x) {
-    while (entries[x].parent != kNone) {
-      const int32_t p = entries[x].parent;
-      const int32_t g = entries[p].parent;
-      if (g != kNone) Rotate((entries[g].left == p) == (entries[p].left == x) ? p : x);
-      Rotate(x);
-    }
-  }
-  int32_t Leftmost(int32_t node) const {
-    while (entries[node].left != kNone) node = entries[node].left;
-    return node;
-  }
-  // Puts `entry` just after `predecessor` in the tree, or first when that is kNone.
-  void InsertAfter(int32_t predecessor, int32_t entry) {
-    FrontEntry& e = entries[entry];
-    e.left = e.right = kNone;
-    if (root == kNone) {
-      e.parent = kNone;
-      root = entry;
-      return;
-    }
-    if (predecessor != kNone && entries[predecessor].right == kNone) {
-      entries[predecessor].right = entry;
-      e.parent = predecessor;
-    } else {
-      const int32_t below = Leftmost(predecessor == kNone ? root : entries[predecessor].right);
-      entries[below].left = entry;
-      e.parent = below;
-    }
-    Splay(entry);
-  }
-  void Delete(int32_t entry) {
-    if (entries[entry].parent == kOutsideTree) return;
-    Splay(entry);
-    const int32_t left = entries[entry].left;
-    const int32_t right = entries[entry].right;
-    if (left == kNone) {
-      root = right;
-      if (right != kNone) entries[right].parent = kNone;
-    } else {
-      entries[left].parent = kNone;
-      root = left;
-      int32_t last = left;
-      while (entries[last].right != kNone) last = entries[last].right;
-      Splay(last);
-      entries[last].right = right;
-      if (right != kNone) entries[right].parent = last;
-    }
-    entries[entry].parent = kOutsideTree;
-  }
-  // The last breakpoint left of v, or kNone when v lies left of them all.
-  int32_t Search(const double* v) {
-    int32_t node = root, last = kNone, found = kNone;
-    while (node != kNone) {
-      last = node;
-      const TriHandle ghost = GhostOf(node);
-      if (RightOfBreakpoint(Org(ghost), Dest(ghost), v)) {
-        found = node;
-        node = entries[node].right;
-      } else {
-        node = entries[node].left;
-      }
-    }
-    if (last != kNone) Splay(last);
-    return found;
-  }
-
   // ---- Events ----
 
   // The first row of the sweep is the lowest vertices, or the lowest one and the next one
@@ -372,7 +202,7 @@ struct Sweeper {
     SetOrg(newDown, to);
     SetDest(newDown, from);
     Bond(newUp, newDown);
-    int32_t previous = kNone;
+    int32_t previous = kNoEntry;
     if (firstRowUp.tri == nullptr) {
       firstRowUp = newUp;
       firstRowDown = newDown;
@@ -381,7 +211,7 @@ struct Sweeper {
       Bond(Lnext(newDown), Lprev(rowDown));
       previous = EntryOf(rowUp);
     }
-    InsertAfter(previous, NewEntry(newUp));
+    tree.InsertAfter(previous, NewEntry(newUp));
     NewEntry(newDown);
     rowUp = newUp;
     rowDown = newDown;
@@ -389,14 +219,14 @@ struct Sweeper {
   void CloseRow(bool rising) {
     Bond(Lnext(rowUp), Lprev(rowDown));
     Bond(Lnext(firstRowDown), Lprev(firstRowUp));
-    if (rising) InsertAfter(EntryOf(rowUp), EntryOf(rowDown));
+    if (rising) tree.InsertAfter(EntryOf(rowUp), EntryOf(rowDown));
   }
 
   void VertexEvent(TessVertex v) {
-    const int32_t found = Search(v);
+    const int32_t found = tree.Search(v);
     TriHandle before, after;
-    if (found == kNone) {
-      after = GhostOf(Leftmost(root));
+    if (found == kNoEntry) {
+      after = GhostOf(tree.Leftmost(tree.root));
       before = PreviousGhost(after);
     } else {
       before = GhostOf(found);
@@ -418,8 +248,8 @@ struct Sweeper {
     Bond(Lnext(down), Lprev(after));
     const int32_t upEntry = NewEntry(up);
     const int32_t downEntry = NewEntry(down);
-    InsertAfter(found, upEntry);
-    InsertAfter(upEntry, downEntry);
+    tree.InsertAfter(found, upEntry);
+    tree.InsertAfter(upEntry, downEntry);
     ScheduleCircle(beforeEntry);
     ScheduleCircle(downEntry);
   }
@@ -434,7 +264,7 @@ struct Sweeper {
     const int32_t nextEntryOfFront = EntryOf(next);
     Cancel(previousEntry);
     Cancel(nextEntryOfFront);
-    Delete(entry);
+    tree.Delete(entry);
     ReleaseEntry(entry);
     TessVertex a = Org(ghost);
     TessVertex c = Dest(next);
@@ -487,7 +317,7 @@ struct Sweeper {
   // Gives every ghost of the ring its null apex back; returns one of them in the form that
   // RemoveGhosts takes: the Lnext of its front edge.
   TriHandle FinishFront() {
-    const TriHandle start = GhostOf(root);
+    const TriHandle start = GhostOf(tree.root);
     TriHandle ghost = start;
     do {
       SetApex(ghost, nullptr);

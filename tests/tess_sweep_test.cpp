@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "kly/tess/failure.h"
+#include "kly/tess/triangulate.h"
 #include "tests/testing/report_capture.h"
 #include "tests/testing/tess_checker.h"
 #include "tests/testing/tess_generators.h"
@@ -200,6 +202,29 @@ TEST(TessSweep, AllIdenticalPointsFail) {
   PlanarGraph identical;
   identical.points = {1, 2, 1, 2, 1, 2};
   EXPECT_EQ(ThrownNumber([&] { RunEngine("QzF", identical); }), 10);
+  EXPECT_TRUE(capture.reports().empty());
+}
+
+// A limit reached at the first vertex event, and deep in the sweep with circle events
+// pending: the failure number, no report, and every block of the engine freed, the event heap
+// and the front entries among them.
+TEST(TessSweep, ATriangleLimitFailsCleanlyAndFreesEverything) {
+  ReportCapture capture;
+  const TessCase c = RandomPoints(3, 200);
+  for (int32_t limit : {1, 50, 300}) {
+    const int32_t before = gTessLiveBlocks.load();
+    TessRecord in{}, out{}, dual{};
+    in.pointCount = c.graph.PointCount();
+    in.points = static_cast<double*>(TessAlloc(0, c.graph.points.size() * sizeof(double)));
+    std::copy(c.graph.points.begin(), c.graph.points.end(), in.points);
+    in.triangleLimit = limit;
+    const int32_t thrown = ThrownNumber([&] { triangulate("QzF", &in, &out, &dual); });
+    TessFreeRecord(&in);
+    TessFreeRecord(&out);
+    TessFreeRecord(&dual);
+    EXPECT_EQ(thrown, 10) << "limit " << limit;
+    EXPECT_EQ(gTessLiveBlocks.load(), before) << "limit " << limit;
+  }
   EXPECT_TRUE(capture.reports().empty());
 }
 

@@ -5,6 +5,7 @@
 // records whose apex is null, one on each hull edge. A recursive call returns two ghost
 // handles: farLeft, whose origin is the leftmost vertex, and farRight, whose destination is the
 // rightmost one. Ghosts are removed once at the end.
+#include <algorithm>
 #include <cstring>
 #include <exception>
 #include <utility>
@@ -28,6 +29,48 @@ struct SortEntry {
 template <int axis>
 inline bool Before(const SortEntry& a, const SortEntry& b) {
   return a.c[axis] < b.c[axis] || (a.c[axis] == b.c[axis] && a.c[1 - axis] < b.c[1 - axis]);
+}
+
+// A key whose unsigned order is the order of the doubles; -0 and +0 share one key as they
+// compare equal.
+inline uint64_t OrderKey(double value) {
+  uint64_t bits;
+  const double normalised = value + 0.0;
+  std::memcpy(&bits, &normalised, sizeof bits);
+  return (bits >> 63) != 0 ? ~bits : bits | (uint64_t{1} << 63);
+}
+
+// A stable least-significant-digit radix sort on the 64-bit key of each item, 11 bits a pass;
+// a pass whose digit is the same for every item is skipped. `spare` holds n items.
+template <class Item, class KeyOf>
+void RadixSort(Item* items, Item* spare, uint32_t n, KeyOf keyOf) {
+  constexpr int kBits = 11;
+  constexpr int kPasses = 6;
+  constexpr uint32_t kBuckets = 1u << kBits;
+  static_assert(kBits * kPasses >= 64, "the passes must cover the key");
+  uint32_t counts[kPasses][kBuckets] = {};
+  for (uint32_t i = 0; i < n; i++) {
+    const uint64_t key = keyOf(items[i]);
+    for (int pass = 0; pass < kPasses; pass++)
+      counts[pass][(key >> (pass * kBits)) & (kBuckets - 1)]++;
+  }
+  Item* source = items;
+  Item* target = spare;
+  for (int pass = 0; pass < kPasses; pass++) {
+    uint32_t* count = counts[pass];
+    if (count[(keyOf(source[0]) >> (pass * kBits)) & (kBuckets - 1)] == n) continue;
+    uint32_t start = 0;
+    for (uint32_t b = 0; b < kBuckets; b++) {
+      const uint32_t c = count[b];
+      count[b] = start;
+      start += c;
+    }
+    for (uint32_t i = 0; i < n; i++) {
+      target[count[(keyOf(source[i]) >> (pass * kBits)) & (kBuckets - 1)]++] = source[i];
+    }
+    std::swap(source, target);
+  }
+  if (source != items) std::memcpy(items, source, static_cast<size_t>(n) * sizeof *items);
 }
 
 // Quicksort by x, then y, with a random pivot.
@@ -64,53 +107,82 @@ void VertexSort(SortEntry* array, uint32_t n) {
   }
 }
 
-// Quickselect: moves the element of rank `median` on `axis` (then the other axis) to its
-// place, smaller ones before it and larger ones after it.
-template <int axis>
-void VertexMedian(SortEntry* array, uint32_t n, uint32_t median) {
-  for (;;) {
-    if (n == 2) {
-      if (Before<axis>(array[1], array[0])) std::swap(array[0], array[1]);
-      return;
+// Sorts by x, then y, by radix on x and insertion within runs of equal x. False, with the
+// entries in no particular order, when two entries are the same point.
+bool SortDistinct(SortEntry* entries, SortEntry* spare, uint32_t n) {
+  if (n < 2) return false;
+  RadixSort(entries, spare, n, [](const SortEntry& e) { return OrderKey(e.c[0]); });
+  for (uint32_t i = 1; i < n; i++) {
+    if (entries[i].c[0] != entries[i - 1].c[0]) continue;
+    const SortEntry moving = entries[i];
+    uint32_t j = i;
+    for (; j > 0 && entries[j - 1].c[0] == moving.c[0] && entries[j - 1].c[1] > moving.c[1]; j--) {
+      entries[j] = entries[j - 1];
     }
-    if (n < 2) return;
-    const SortEntry pivot = array[TessRandom(n)];
-    int64_t left = -1, right = n;
-    while (left < right) {
-      do {
-        left++;
-      } while (left <= right && Before<axis>(array[left], pivot));
-      do {
-        right--;
-      } while (left <= right && Before<axis>(pivot, array[right]));
-      if (left < right) std::swap(array[left], array[right]);
-    }
-    if (left > median) {
-      n = static_cast<uint32_t>(left);
-    } else if (right < static_cast<int64_t>(median) - 1) {
-      array += right + 1;
-      median -= static_cast<uint32_t>(right + 1);
-      n -= static_cast<uint32_t>(right + 1);
-    } else {
-      return;
+    entries[j] = moving;
+    if (j > 0 && entries[j - 1].c[0] == moving.c[0] && entries[j - 1].c[1] == moving.c[1]) {
+      return false;
     }
   }
+  return true;
 }
 
-void AlternateAxes(SortEntry* array, uint32_t n, int axis) {
-  const uint32_t half = n / 2;
-  // Subsets of three or fewer are triangulated in x order.
-  if (n <= 3) axis = 0;
-  if (axis == 0) {
-    VertexMedian<0>(array, n, half);
-  } else {
-    VertexMedian<1>(array, n, half);
+// The order of the alternating cuts. Each subset of the recursion is held twice, in x order
+// and in y order, in the same slice of two arrays; an entry carries both its ranks. A cut at
+// the median of one axis takes the first half of that axis's slice as it is and splits the
+// other slice stably by comparing ranks with the median's, so both stay sorted and no
+// selection is ever run. The result is the layout a median selection at every level would
+// give: each cut's lower half first, subsets of three or fewer in x order.
+struct RankPair {
+  uint32_t x;
+  uint32_t y;
+};
+
+// The slices move between three arrays: a split writes the other axis's slice into the spare
+// array, whose old contents are spent, and the arrays trade roles for that range.
+struct CutOrder {
+  const SortEntry* entries;
+
+  // Splits `from` (n entries) stably into `to`: first the `lowerCount` entries whose rank on
+  // `axis` is below `median`.
+  template <int axis>
+  static void StableSplit(const RankPair* from, RankPair* to, uint32_t n, uint32_t lowerCount,
+                          uint32_t median) {
+    uint32_t first = 0, second = lowerCount;
+    for (uint32_t i = 0; i < n; i++) {
+      const RankPair entry = from[i];
+      // Masks rather than a branch: the sides alternate at random at the top cuts.
+      const uint32_t lowerMask = 0u - ((axis == 0 ? entry.x : entry.y) < median ? 1u : 0u);
+      to[(first & lowerMask) | (second & ~lowerMask)] = entry;
+      first -= lowerMask;
+      second += 1 + lowerMask;
+    }
   }
-  if (n - half >= 2) {
-    if (half >= 2) AlternateAxes(array, half, 1 - axis);
-    AlternateAxes(array + half, n - half, 1 - axis);
+
+  void Cut(uint32_t n, int axis, RankPair* byX, RankPair* byY, RankPair* spare, TessVertex* at) {
+    if (n <= 3) {
+      // Subsets of three or fewer are triangulated in x order, which byX holds.
+      for (uint32_t i = 0; i < n; i++) std::memcpy(at + i, &entries[byX[i].x].v, sizeof *at);
+      return;
+    }
+    const uint32_t half = n / 2;
+    if (axis == 0) {
+      StableSplit<0>(byY, spare, n, half, byX[half].x);
+      Cut(half, 1, byX, spare, byY, at);
+      Cut(n - half, 1, byX + half, spare + half, byY + half, at + half);
+    } else {
+      StableSplit<1>(byX, spare, n, half, byY[half].y);
+      Cut(half, 0, spare, byY, byX, at);
+      Cut(n - half, 0, spare + half, byY + half, byX + half, at + half);
+    }
   }
-}
+};
+
+// A y key with its x rank; ordering by both is ordering by y then x, the points being distinct.
+struct YEntry {
+  double y;
+  uint32_t rank;
+};
 
 struct Merger {
   TessMesh& m;
@@ -442,15 +514,29 @@ int32_t DivideAndConquerDelaunay(TessMesh& m, const TessSwitches& sw) {
   const uint32_t count = static_cast<uint32_t>(m.inVertices);
   SortEntry* entries =
       static_cast<SortEntry*>(TessAllocArray(kSiteSortArray, count, sizeof(SortEntry)));
+  // The radix sorts' spare room, then the y entries, then the recursion's vertex pointers.
+  SortEntry* spare = nullptr;
+  RankPair* ranks = nullptr;
   int32_t code = 0;
   TriHandle farLeft{}, farRight{};
   try {
+    spare = static_cast<SortEntry*>(TessAllocArray(kSiteSortArray, count, sizeof(SortEntry)));
     TraversalInit(m.vertices);
     for (uint32_t i = 0; i < count; i++) {
       TessVertex v = VertexTraverse(m);
       entries[i] = SortEntry{{v[0], v[1]}, v};
     }
-    VertexSort(entries, count);
+    if (!SortDistinct(entries, spare, count)) {
+      // Which of several equal vertices survives is the one the quicksort leaves first; the
+      // radix order would pick another, so repeated vertices take the quicksort from the
+      // input order.
+      TraversalInit(m.vertices);
+      for (uint32_t i = 0; i < count; i++) {
+        TessVertex v = VertexTraverse(m);
+        entries[i] = SortEntry{{v[0], v[1]}, v};
+      }
+      VertexSort(entries, count);
+    }
     uint32_t kept = 0;
     for (uint32_t j = 1; j < count; j++) {
       if (entries[kept].c[0] == entries[j].c[0] && entries[kept].c[1] == entries[j].c[1]) {
@@ -463,19 +549,40 @@ int32_t DivideAndConquerDelaunay(TessMesh& m, const TessSwitches& sw) {
     const uint32_t n = kept + 1;
     // The recursion needs two distinct vertices to end.
     if (n < 2) TessFail("Input vertices are all identical.");
+    TessVertex* array;
     if (sw.alternatingCuts) {
-      const uint32_t half = n / 2;
-      if (n - half >= 2) {
-        if (half >= 2) AlternateAxes(entries, half, 1);
-        AlternateAxes(entries + half, n - half, 1);
+      YEntry* yEntries = reinterpret_cast<YEntry*>(static_cast<void*>(spare));
+      // byX, byY and the split's spare; first the y sort's spare.
+      ranks = static_cast<RankPair*>(TessAllocArray(kSiteSortArray, n, 3 * sizeof(RankPair)));
+      for (uint32_t i = 0; i < n; i++) yEntries[i] = YEntry{entries[i].c[1], i};
+      // Stable on the x ranks, so equal ys stay in x order.
+      RadixSort(yEntries, reinterpret_cast<YEntry*>(static_cast<void*>(ranks)), n,
+                [](const YEntry& e) { return OrderKey(e.y); });
+      RankPair* byX = ranks;
+      RankPair* byY = ranks + n;
+      for (uint32_t i = 0; i < n; i++) {
+        byY[i] = RankPair{yEntries[i].rank, i};
+        byX[yEntries[i].rank].y = i;
       }
-    }
-    // The recursion takes plain pointers; they overwrite the entries from the front, each
-    // after its entry was read.
-    TessVertex* array = reinterpret_cast<TessVertex*>(static_cast<void*>(entries));
-    for (uint32_t i = 0; i < n; i++) {
-      TessVertex v = entries[i].v;
-      std::memcpy(array + i, &v, sizeof v);
+      for (uint32_t i = 0; i < n; i++) byX[i].x = i;
+      // The y entries are spent; their room takes the recursion's vertex pointers. The first
+      // cut is vertical, at the median of the x order.
+      array = reinterpret_cast<TessVertex*>(static_cast<void*>(spare));
+      CutOrder{entries}.Cut(n, 0, byX, byY, ranks + 2 * static_cast<size_t>(n), array);
+      TessFree(ranks);
+      ranks = nullptr;
+      TessFree(entries);
+      entries = nullptr;
+    } else {
+      // The recursion takes plain pointers; they overwrite the entries from the front, each
+      // after its entry was read.
+      TessFree(spare);
+      spare = nullptr;
+      array = reinterpret_cast<TessVertex*>(static_cast<void*>(entries));
+      for (uint32_t i = 0; i < n; i++) {
+        TessVertex v = entries[i].v;
+        std::memcpy(array + i, &v, sizeof v);
+      }
     }
     Merger merger{m, sw};
     merger.Recurse(array, n, 0, farLeft, farRight);
@@ -487,6 +594,8 @@ int32_t DivideAndConquerDelaunay(TessMesh& m, const TessSwitches& sw) {
     code = NUT_TranslateAndReportException(e);
   }
   TessFree(entries);
+  TessFree(spare);
+  TessFree(ranks);
   if (code != 0) throw code;
   return RemoveGhosts(m, sw, farLeft);
 }

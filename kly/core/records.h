@@ -66,7 +66,7 @@ class KLY_Material {
   KLY_Material() { label[0] = 0; }
 
   char label[128];
-  double values[16] = {0.4, 0.4, 0.4, 1.0, 0.0, 0.2, 0.5, 0.5,
+  double values[16] = {0.4,  0.4, 0.4, 1.0, 0.0, 0.2, 0.5, 0.5,
                        10.0, 0.5, 0.5, 1.0, 0.5, 1.0, 0.0, 1.0};
   bool flag = false;
 };

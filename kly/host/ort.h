@@ -109,7 +109,8 @@ int32_t ORT_GetPlaneEquation(const ORT_Vector3T<double>* points, int32_t count, 
                              ORT_Vector3T<double>* extra);
 
 // Applies `matrix` to a point by the row-vector rule.
-inline ORT_Vector3T<double> ORT_TransformPoint(const ORT_Vector3T<double>& p, const ORT_Matrix4& M) {
+inline ORT_Vector3T<double> ORT_TransformPoint(const ORT_Vector3T<double>& p,
+                                               const ORT_Matrix4& M) {
   return {p.x * M.m[0][0] + p.y * M.m[1][0] + p.z * M.m[2][0] + M.m[3][0],
           p.x * M.m[0][1] + p.y * M.m[1][1] + p.z * M.m[2][1] + M.m[3][1],
           p.x * M.m[0][2] + p.y * M.m[1][2] + p.z * M.m[2][2] + M.m[3][2]};

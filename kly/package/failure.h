@@ -44,4 +44,6 @@ inline void KLY_Normalize(double& x, double& y, double& z) {
   z *= k;
 }
 
-inline void KLY_Normalize(ORT_Vector3T<double>& v) { KLY_Normalize(v.x, v.y, v.z); }
+inline void KLY_Normalize(ORT_Vector3T<double>& v) {
+  KLY_Normalize(v.x, v.y, v.z);
+}

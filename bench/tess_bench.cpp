@@ -34,6 +34,12 @@ void BM_PolygonWithHolesConstrained(benchmark::State& state) {
 }
 BENCHMARK(BM_PolygonWithHolesConstrained)->Unit(benchmark::kMillisecond);
 
+void BM_LobedPolygonWithHolesConstrained(benchmark::State& state) {
+  const Graph g = tess_bench::LobedPolygonWithSquareHoles(100000, 1000);
+  RunEngine(state, "Qpz", g);
+}
+BENCHMARK(BM_LobedPolygonWithHolesConstrained)->Unit(benchmark::kMillisecond);
+
 void BM_DejaVuGlyphRowConstrained(benchmark::State& state) {
   const Graph g = tess_bench::GlyphRow(kDejaVuSans);
   RunEngine(state, "Qpz", g);

@@ -1,13 +1,17 @@
 // The engine against its peer in one run: each input of tess_bench goes to the engine and to
 // CGAL's Delaunay, constrained Delaunay or conforming Delaunay triangulation, one benchmark
 // after the other, for the ratio. CGAL's constrained runs insert the constraints only; the
-// engine also carves the holes, so its figures include a little more work.
+// engine also carves the holes, so its figures include a little more work. At the end the
+// ratio of the CPU times, engine over CGAL, is printed for each input.
 #include <CGAL/Constrained_Delaunay_triangulation_2.h>
 #include <CGAL/Delaunay_triangulation_2.h>
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
 #include <CGAL/Triangulation_conformer_2.h>
 #include <benchmark/benchmark.h>
 
+#include <cstdio>
+#include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -91,6 +95,16 @@ void BM_CgalPolygonWithHolesConstrained(benchmark::State& state) {
 }
 BENCHMARK(BM_CgalPolygonWithHolesConstrained)->Unit(benchmark::kMillisecond);
 
+void BM_EngineLobedPolygonWithHolesConstrained(benchmark::State& state) {
+  tess_bench::RunEngine(state, "Qpz", tess_bench::LobedPolygonWithSquareHoles(100000, 1000));
+}
+BENCHMARK(BM_EngineLobedPolygonWithHolesConstrained)->Unit(benchmark::kMillisecond);
+
+void BM_CgalLobedPolygonWithHolesConstrained(benchmark::State& state) {
+  RunConstrained(state, tess_bench::LobedPolygonWithSquareHoles(100000, 1000), false);
+}
+BENCHMARK(BM_CgalLobedPolygonWithHolesConstrained)->Unit(benchmark::kMillisecond);
+
 void BM_EngineDejaVuGlyphRowConstrained(benchmark::State& state) {
   tess_bench::RunEngine(state, "Qpz", tess_bench::GlyphRow(kDejaVuSans));
 }
@@ -111,6 +125,44 @@ void BM_CgalStarConforming(benchmark::State& state) {
 }
 BENCHMARK(BM_CgalStarConforming)->Unit(benchmark::kMillisecond);
 
+// The console table, then the engine's CPU time over CGAL's for each input run by both
+// (BM_Engine<Input> and BM_Cgal<Input>): below 1 means the engine is faster.
+class RatioReporter : public benchmark::ConsoleReporter {
+ public:
+  RatioReporter() : ConsoleReporter(OO_Tabular) {}
+  void ReportRuns(const std::vector<Run>& runs) override {
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& run : runs) {
+      if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
+      const std::string name = run.benchmark_name();
+      for (const char* side : {"BM_Engine", "BM_Cgal"}) {
+        const std::string prefix = side;
+        if (name.compare(0, prefix.size(), prefix) != 0) continue;
+        // The last repetition of a name wins.
+        seconds_[prefix == "BM_Engine"][name.substr(prefix.size())] = run.GetAdjustedCPUTime();
+      }
+    }
+  }
+  void Finalize() override {
+    ConsoleReporter::Finalize();
+    for (const auto& [input, engine] : seconds_[1]) {
+      const auto cgal = seconds_[0].find(input);
+      if (cgal == seconds_[0].end() || cgal->second <= 0.0) continue;
+      std::printf("engine/CGAL %-40s %.2f\n", input.c_str(), engine / cgal->second);
+    }
+  }
+
+ private:
+  std::map<std::string, double> seconds_[2];  // [0] CGAL, [1] engine, by input name
+};
+
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  RatioReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  benchmark::Shutdown();
+  return 0;
+}

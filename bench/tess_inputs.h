@@ -57,18 +57,8 @@ inline Graph UniformPoints(int32_t count) {
   return g;
 }
 
-// A star-shaped outline of `outer` vertices (radius between 0.6 and 1 of 2^20) with `holes`
-// square holes on a grid inside the square of half side 0.4 of the radius.
-inline Graph PolygonWithSquareHoles(int32_t outer, int32_t holes) {
-  const double radius = 1048576.0;
-  Graph g;
-  Random random(7);
-  for (int32_t i = 0; i < outer; ++i) {
-    const double angle = 2 * kPi * (i + 0.25 + 0.5 * random.Uniform()) / outer;
-    const double r = radius * (0.6 + 0.4 * random.Uniform());
-    AddPoint(g, std::round(r * std::cos(angle)), std::round(r * std::sin(angle)));
-  }
-  AddLoop(g, 0, outer);
+// Square holes on a grid inside the square of half side 0.4 of `radius`, one seed each.
+inline void AddSquareHoles(Graph& g, double radius, int32_t holes) {
   const auto k = static_cast<int32_t>(std::ceil(std::sqrt(static_cast<double>(holes))));
   const double cell = 0.8 * radius / k;
   for (int32_t h = 0; h < holes; ++h) {
@@ -83,6 +73,41 @@ inline Graph PolygonWithSquareHoles(int32_t outer, int32_t holes) {
     g.holes.push_back(cx);
     g.holes.push_back(cy);
   }
+}
+
+// A jagged star of `outer` vertices on integer coordinates, each at a random radius between
+// 0.6 and 1 of 2^20, with `holes` square holes. Consecutive vertices are ~60 units apart
+// round the centre but up to 400,000 apart radially, so each outline segment crosses about a
+// dozen Delaunay edges: a stress case for segment insertion (some 1.3 million flips).
+inline Graph PolygonWithSquareHoles(int32_t outer, int32_t holes) {
+  const double radius = 1048576.0;
+  Graph g;
+  Random random(7);
+  for (int32_t i = 0; i < outer; ++i) {
+    const double angle = 2 * kPi * (i + 0.25 + 0.5 * random.Uniform()) / outer;
+    const double r = radius * (0.6 + 0.4 * random.Uniform());
+    AddPoint(g, std::round(r * std::cos(angle)), std::round(r * std::sin(angle)));
+  }
+  AddLoop(g, 0, outer);
+  AddSquareHoles(g, radius, holes);
+  return g;
+}
+
+// A five-lobed outline of `outer` vertices on integer coordinates (radius 0.9 +- 0.05 of
+// 2^20, each vertex jittered by a few units, less than the ~60 units between neighbours),
+// with `holes` square holes: the shape of a real outline, whose segments are mostly Delaunay
+// edges already.
+inline Graph LobedPolygonWithSquareHoles(int32_t outer, int32_t holes) {
+  const double radius = 1048576.0;
+  Graph g;
+  Random random(11);
+  for (int32_t i = 0; i < outer; ++i) {
+    const double angle = 2 * kPi * (i + 0.25 + 0.5 * random.Uniform()) / outer;
+    const double r = radius * (0.9 + 0.05 * std::sin(5 * angle)) + 8 * (random.Uniform() - 0.5);
+    AddPoint(g, std::round(r * std::cos(angle)), std::round(r * std::sin(angle)));
+  }
+  AddLoop(g, 0, outer);
+  AddSquareHoles(g, radius, holes);
   return g;
 }
 

@@ -3,14 +3,8 @@
 // derived in the comments.
 #include <gtest/gtest.h>
 
-#include <tiny_gltf.h>
-
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,10 +16,15 @@
 #include "kly/host/nut.h"
 #include "kly/host/ort.h"
 #include "kly/package/failure.h"
+#include "tests/testing/mesh_files.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using kly::testing::Dot;
+using kly::testing::FileCross;
+using kly::testing::ReadMesh;
+using kly::testing::Vec3;
 
 struct Outcome {
   int exit_code;
@@ -34,8 +33,7 @@ struct Outcome {
 };
 
 std::string Contents(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  return kly::testing::FileContents(path.string());
 }
 
 class CliTest : public ::testing::Test {
@@ -81,6 +79,9 @@ class CliTest : public ::testing::Test {
   }
 
   Outcome Kly(const std::vector<std::string>& args) { return Finish(Start(args)); }
+  ReadMesh Read(const std::string& name) const {
+    return kly::testing::ReadMeshFile((work_ / name).string());
+  }
 
   std::vector<std::string> Entries() const {
     std::vector<std::string> names;
@@ -95,129 +96,13 @@ class CliTest : public ::testing::Test {
   fs::path work_;
 };
 
-using Vec3 = std::array<double, 3>;
-
-// Vertices and triangles of a written file, with the file's positions and normals, read by
-// code that shares nothing with the writers. STL has no shared vertices: `vertices` is 0.
-struct Counts {
-  size_t vertices = 0;
-  size_t triangles = 0;
-  std::vector<Vec3> positions;
-  std::vector<Vec3> normals;
-  std::vector<std::array<uint32_t, 3>> corners;
-  std::vector<std::string> materials;
-};
-
-std::vector<Vec3> Floats3(const tinygltf::Model& model, int accessor_index) {
-  const tinygltf::Accessor& accessor = model.accessors[accessor_index];
-  const tinygltf::BufferView& view = model.bufferViews[accessor.bufferView];
-  std::vector<Vec3> values(accessor.count);
-  for (size_t i = 0; i < accessor.count; ++i) {
-    float f[3];
-    std::memcpy(f, model.buffers[0].data.data() + view.byteOffset + accessor.byteOffset + 12 * i,
-                12);
-    values[i] = {f[0], f[1], f[2]};
-  }
-  return values;
-}
-
-Counts ReadGlb(const fs::path& path) {
-  tinygltf::Model model;
-  tinygltf::TinyGLTF loader;
-  std::string error;
-  std::string warning;
-  EXPECT_TRUE(loader.LoadBinaryFromFile(&model, &error, &warning, path.string())) << error;
-  Counts counts;
-  for (const tinygltf::Material& material : model.materials) {
-    counts.materials.push_back(material.name);
-  }
-  if (model.meshes.empty()) return counts;
-  const tinygltf::Primitive& first = model.meshes.at(0).primitives.at(0);
-  counts.positions = Floats3(model, first.attributes.at("POSITION"));
-  counts.normals = Floats3(model, first.attributes.at("NORMAL"));
-  counts.vertices = counts.positions.size();
-  for (const tinygltf::Primitive& primitive : model.meshes[0].primitives) {
-    const tinygltf::Accessor& accessor = model.accessors[primitive.indices];
-    const tinygltf::BufferView& view = model.bufferViews[accessor.bufferView];
-    for (size_t i = 0; i < accessor.count; i += 3) {
-      std::array<uint32_t, 3> tri;
-      std::memcpy(tri.data(),
-                  model.buffers[0].data.data() + view.byteOffset + accessor.byteOffset + 4 * i, 12);
-      counts.corners.push_back(tri);
-    }
-  }
-  counts.triangles = counts.corners.size();
-  return counts;
-}
-
-Counts ReadObj(const fs::path& path) {
-  Counts counts;
-  std::istringstream lines(Contents(path));
-  std::string line;
-  while (std::getline(lines, line)) {
-    std::istringstream words(line);
-    std::string kind;
-    words >> kind;
-    Vec3 v;
-    if (kind == "v" && words >> v[0] >> v[1] >> v[2]) counts.positions.push_back(v);
-    if (kind == "vn" && words >> v[0] >> v[1] >> v[2]) counts.normals.push_back(v);
-    if (kind == "f") {
-      std::array<uint32_t, 3> tri;
-      for (uint32_t& index : tri) {
-        std::string corner;
-        words >> corner;
-        index = static_cast<uint32_t>(std::stoul(corner)) - 1;
-      }
-      counts.corners.push_back(tri);
-    }
-  }
-  counts.vertices = counts.positions.size();
-  counts.triangles = counts.corners.size();
-  return counts;
-}
-
-// Element counts from the header alone.
-Counts ReadPly(const fs::path& path) {
-  Counts counts;
-  std::istringstream lines(Contents(path));
-  std::string line;
-  while (std::getline(lines, line) && line != "end_header") {
-    std::istringstream words(line);
-    std::string kind;
-    std::string name;
-    size_t count = 0;
-    words >> kind >> name >> count;
-    if (kind == "element") (name == "vertex" ? counts.vertices : counts.triangles) = count;
-  }
-  return counts;
-}
-
-Counts ReadStl(const fs::path& path) {
-  const std::string bytes = Contents(path);
-  Counts counts;
-  uint32_t triangles = 0;
-  if (bytes.size() >= 84) std::memcpy(&triangles, bytes.data() + 80, 4);
-  EXPECT_EQ(bytes.size(), 84u + 50u * triangles);
-  counts.triangles = triangles;
-  return counts;
-}
-
-Counts Read(const fs::path& path) {
-  const std::string extension = path.extension().string();
-  if (extension == ".glb") return ReadGlb(path);
-  if (extension == ".obj") return ReadObj(path);
-  if (extension == ".ply") return ReadPly(path);
-  return ReadStl(path);
-}
-
-Vec3 Cross(const Vec3& a, const Vec3& b) {
-  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-double Dot(const Vec3& a, const Vec3& b) {
-  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-Vec3 Minus(const Vec3& a, const Vec3& b) {
-  return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+// Whether every corner of every triangle of `mesh` passes `test`.
+template <class Test>
+bool EveryCorner(const ReadMesh& mesh, Test test) {
+  for (const auto& triangle : mesh.triangles)
+    for (uint32_t index : triangle)
+      if (!test(mesh.positions[index])) return false;
+  return true;
 }
 
 TEST_F(CliTest, CubeFromTheIssueOpensLitFromOutside) {
@@ -225,19 +110,18 @@ TEST_F(CliTest, CubeFromTheIssueOpensLitFromOutside) {
   ASSERT_EQ(run.exit_code, 0) << run.err;
   EXPECT_EQ(run.err, "");
   EXPECT_EQ(Entries(), std::vector<std::string>{"cube.glb"});
-  const Counts cube = ReadGlb(work_ / "cube.glb");
+  const ReadMesh cube = Read("cube.glb");
   // n = 8: six faces of 9 x 9 vertices and 2 * 8 * 8 triangles each.
-  EXPECT_EQ(cube.vertices, 6u * 81u);
-  EXPECT_EQ(cube.triangles, 6u * 128u);
+  EXPECT_EQ(cube.positions.size(), 6u * 81u);
+  EXPECT_EQ(cube.triangles.size(), 6u * 128u);
   EXPECT_EQ(cube.materials,
             (std::vector<std::string>{"front", "back", "left", "right", "top", "bottom"}));
-  for (const auto& tri : cube.corners) {
-    const Vec3& p0 = cube.positions[tri[0]];
-    const Vec3 cross = Cross(Minus(cube.positions[tri[1]], p0), Minus(cube.positions[tri[2]], p0));
+  for (size_t t = 0; t < cube.triangles.size(); ++t) {
+    const Vec3 cross = FileCross(cube, t);
     // Convex about the origin: a front face seen from outside points away from it, and so does
     // each corner's normal.
-    EXPECT_GT(Dot(cross, p0), 0.0);
-    for (uint32_t index : tri) EXPECT_GT(Dot(cross, cube.normals[index]), 0.0);
+    EXPECT_GT(Dot(cross, cube.positions[cube.triangles[t][0]]), 0.0);
+    for (uint32_t index : cube.triangles[t]) EXPECT_GT(Dot(cross, cube.normals[index]), 0.0);
   }
 }
 
@@ -360,10 +244,10 @@ TEST_F(CliTest, EverySolidInEveryFormat) {
       args.insert(args.end(), {"-o", name});
       const Outcome run = Kly(args);
       ASSERT_EQ(run.exit_code, 0) << run.err;
-      const Counts counts = Read(work_ / name);
-      EXPECT_EQ(counts.triangles, c.triangles);
+      const ReadMesh counts = Read(name);
+      EXPECT_EQ(counts.triangles.size(), c.triangles);
       if (std::string(extension) != ".stl") {
-        EXPECT_EQ(counts.vertices, c.vertices);
+        EXPECT_EQ(counts.positions.size(), c.vertices);
       }
       fs::remove(work_ / name);
     }
@@ -373,10 +257,10 @@ TEST_F(CliTest, EverySolidInEveryFormat) {
 TEST_F(CliTest, CappedCylinderHasSideAndCapSlots) {
   const Outcome run = Kly({"cylinder", "--radial-power", "0.4", "-o", "c.glb"});
   ASSERT_EQ(run.exit_code, 0) << run.err;
-  const Counts counts = ReadGlb(work_ / "c.glb");
+  const ReadMesh counts = Read("c.glb");
   EXPECT_EQ(counts.materials, (std::vector<std::string>{"side", "caps"}));
   // The side's 16 triangles, and at least the 6 an octagon needs in each cap.
-  EXPECT_GE(counts.triangles, 16u + 2u * 6u);
+  EXPECT_GE(counts.triangles.size(), 16u + 2u * 6u);
 }
 
 TEST_F(CliTest, SplitWritesBothHalvesUnderTaggedNames) {
@@ -386,26 +270,20 @@ TEST_F(CliTest, SplitWritesBothHalvesUnderTaggedNames) {
   const Outcome run = Kly({"cube", "--split", "0,0,1,0", "-o", "c.glb"});
   ASSERT_EQ(run.exit_code, 0) << run.err;
   EXPECT_EQ(Entries(), (std::vector<std::string>{"c.back.glb", "c.front.glb"}));
-  const Counts front = ReadGlb(work_ / "c.front.glb");
-  const Counts back = ReadGlb(work_ / "c.back.glb");
-  EXPECT_EQ(front.triangles, 96u);
-  EXPECT_EQ(back.triangles, 96u);
-  for (const auto& tri : front.corners) {
-    for (uint32_t index : tri) EXPECT_GE(front.positions[index][2], 0.0);
-  }
-  for (const auto& tri : back.corners) {
-    for (uint32_t index : tri) EXPECT_LE(back.positions[index][2], 0.0);
-  }
+  const ReadMesh front = Read("c.front.glb");
+  const ReadMesh back = Read("c.back.glb");
+  EXPECT_EQ(front.triangles.size(), 96u);
+  EXPECT_EQ(back.triangles.size(), 96u);
+  EXPECT_TRUE(EveryCorner(front, [](const Vec3& p) { return p[2] >= 0.0; }));
+  EXPECT_TRUE(EveryCorner(back, [](const Vec3& p) { return p[2] <= 0.0; }));
   // The plane hangs below the origin in the file (y from 0 to -1); y = -0.5 is its middle grid
   // line, so each side keeps two rows of four quads.
   const Outcome plane = Kly({"plane", "--split", "0,1,0,0.5", "-o", "p.obj"});
   ASSERT_EQ(plane.exit_code, 0) << plane.err;
-  const Counts upper = ReadObj(work_ / "p.front.obj");
-  EXPECT_EQ(upper.triangles, 16u);
-  for (const auto& tri : upper.corners) {
-    for (uint32_t index : tri) EXPECT_GE(upper.positions[index][1], -0.5);
-  }
-  EXPECT_EQ(ReadObj(work_ / "p.back.obj").triangles, 16u);
+  const ReadMesh upper = Read("p.front.obj");
+  EXPECT_EQ(upper.triangles.size(), 16u);
+  EXPECT_TRUE(EveryCorner(upper, [](const Vec3& p) { return p[1] >= -0.5; }));
+  EXPECT_EQ(Read("p.back.obj").triangles.size(), 16u);
 }
 
 TEST_F(CliTest, LibraryFailureCarriesTheLibrarysOwnWords) {
@@ -446,9 +324,9 @@ TEST_F(CliTest, MeshOptionsFollowTheLibrarysCounts) {
     args.insert(args.end(), {"-o", "m.ply"});
     const Outcome run = Kly(args);
     ASSERT_EQ(run.exit_code, 0) << run.err;
-    const Counts counts = ReadPly(work_ / "m.ply");
-    EXPECT_EQ(counts.vertices, c.vertices);
-    EXPECT_EQ(counts.triangles, c.triangles);
+    const ReadMesh counts = Read("m.ply");
+    EXPECT_EQ(counts.positions.size(), c.vertices);
+    EXPECT_EQ(counts.triangles.size(), c.triangles);
   }
 }
 
@@ -458,7 +336,7 @@ TEST_F(CliTest, BentPlaneBulgesAwayFromTheViewer) {
   // the viewer's side (z >= 0), continuous with the flat sheet's (0, 0, 1).
   const Outcome run = Kly({"plane", "--curvature", "1", "-o", "p.obj"});
   ASSERT_EQ(run.exit_code, 0) << run.err;
-  const Counts plane = ReadObj(work_ / "p.obj");
+  const ReadMesh plane = Read("p.obj");
   double lowest = 0.0;
   for (const Vec3& p : plane.positions) lowest = std::min(lowest, p[2]);
   EXPECT_NEAR(lowest, -0.5, 1e-6);

@@ -7,9 +7,7 @@
 
 #include <tiny_gltf.h>
 
-#include <array>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -23,199 +21,19 @@
 #include "cli/writers/pending_file.h"
 #include "kly/package/failure.h"
 #include "kly/solids/cube.h"
+#include "tests/testing/mesh_files.h"
 #include "tests/testing/report_capture.h"
 
 namespace kly {
 namespace cli {
 namespace {
 
-using Vec3 = std::array<double, 3>;
-using Vec2 = std::array<double, 2>;
-
-// A file read back: one entry a vertex, and per triangle its three indices and (where the
-// format keeps them) its material group's name. STL has no shared vertices: every corner is a
-// vertex of its own, and `face_normals` holds the stored normal of each triangle.
-struct ReadMesh {
-  std::vector<Vec3> positions;
-  std::vector<Vec3> normals;
-  std::vector<Vec2> uvs;
-  std::vector<std::array<uint32_t, 3>> triangles;
-  std::vector<std::string> groups;
-  std::vector<Vec3> face_normals;
-};
-
-float ReadFloat(const std::string& bytes, size_t at) {
-  float value;
-  std::memcpy(&value, bytes.data() + at, sizeof value);
-  return value;
-}
-
-uint32_t ReadU32(const std::string& bytes, size_t at) {
-  uint32_t value = 0;
-  for (int k = 3; k >= 0; --k) value = (value << 8) | static_cast<uint8_t>(bytes[at + k]);
-  return value;
-}
-
-ReadMesh ReadObj(const std::string& text) {
-  ReadMesh mesh;
-  std::istringstream lines(text);
-  std::string line;
-  std::string group;
-  while (std::getline(lines, line)) {
-    std::istringstream words(line);
-    std::string kind;
-    words >> kind;
-    if (kind == "v") {
-      Vec3 p;
-      words >> p[0] >> p[1] >> p[2];
-      mesh.positions.push_back(p);
-    } else if (kind == "vn") {
-      Vec3 n;
-      words >> n[0] >> n[1] >> n[2];
-      mesh.normals.push_back(n);
-    } else if (kind == "vt") {
-      Vec2 t;
-      words >> t[0] >> t[1];
-      mesh.uvs.push_back(t);
-    } else if (kind == "usemtl") {
-      words >> group;
-    } else if (kind == "f") {
-      std::array<uint32_t, 3> triangle;
-      for (uint32_t& index : triangle) {
-        std::string corner;
-        words >> corner;
-        // "p/t/n": the writer uses one index for all three, which this checks.
-        const uint32_t p = std::stoul(corner);
-        const uint32_t t = std::stoul(corner.substr(corner.find('/') + 1));
-        const uint32_t n = std::stoul(corner.substr(corner.rfind('/') + 1));
-        EXPECT_EQ(p, t);
-        EXPECT_EQ(p, n);
-        index = p - 1;
-      }
-      mesh.triangles.push_back(triangle);
-      mesh.groups.push_back(group);
-    }
-  }
-  return mesh;
-}
-
-ReadMesh ReadPly(const std::string& bytes) {
-  ReadMesh mesh;
-  const size_t header_end = bytes.find("end_header\n");
-  EXPECT_NE(header_end, std::string::npos);
-  std::istringstream header(bytes.substr(0, header_end));
-  std::string line;
-  size_t vertex_count = 0;
-  size_t face_count = 0;
-  std::vector<std::string> properties;
-  while (std::getline(header, line)) {
-    std::istringstream words(line);
-    std::string kind;
-    words >> kind;
-    if (kind == "format") {
-      std::string format;
-      words >> format;
-      EXPECT_EQ(format, "binary_little_endian");
-    } else if (kind == "element") {
-      std::string name;
-      size_t count;
-      words >> name >> count;
-      (name == "vertex" ? vertex_count : face_count) = count;
-    } else if (kind == "property") {
-      std::string type;
-      std::string name;
-      words >> type >> name;
-      if (type == "float") properties.push_back(name);
-    }
-  }
-  EXPECT_EQ(properties, (std::vector<std::string>{"x", "y", "z", "nx", "ny", "nz", "s", "t"}));
-  size_t at = header_end + std::strlen("end_header\n");
-  for (size_t v = 0; v < vertex_count; ++v, at += 32) {
-    mesh.positions.push_back(
-        {ReadFloat(bytes, at), ReadFloat(bytes, at + 4), ReadFloat(bytes, at + 8)});
-    mesh.normals.push_back(
-        {ReadFloat(bytes, at + 12), ReadFloat(bytes, at + 16), ReadFloat(bytes, at + 20)});
-    mesh.uvs.push_back({ReadFloat(bytes, at + 24), ReadFloat(bytes, at + 28)});
-  }
-  for (size_t f = 0; f < face_count; ++f, at += 13) {
-    EXPECT_EQ(static_cast<uint8_t>(bytes[at]), 3);
-    mesh.triangles.push_back(
-        {ReadU32(bytes, at + 1), ReadU32(bytes, at + 5), ReadU32(bytes, at + 9)});
-  }
-  EXPECT_EQ(at, bytes.size());
-  return mesh;
-}
-
-ReadMesh ReadStl(const std::string& bytes) {
-  ReadMesh mesh;
-  EXPECT_NE(bytes.compare(0, 5, "solid"), 0) << "a binary STL must not open like a text one";
-  const uint32_t count = ReadU32(bytes, 80);
-  EXPECT_EQ(bytes.size(), 84u + 50u * count);
-  for (uint32_t t = 0; t < count; ++t) {
-    const size_t at = 84 + 50 * static_cast<size_t>(t);
-    mesh.face_normals.push_back(
-        {ReadFloat(bytes, at), ReadFloat(bytes, at + 4), ReadFloat(bytes, at + 8)});
-    for (uint32_t k = 0; k < 3; ++k) {
-      const size_t corner = at + 12 + 12 * k;
-      mesh.positions.push_back(
-          {ReadFloat(bytes, corner), ReadFloat(bytes, corner + 4), ReadFloat(bytes, corner + 8)});
-    }
-    mesh.triangles.push_back({3 * t, 3 * t + 1, 3 * t + 2});
-  }
-  return mesh;
-}
-
-template <class T, size_t N>
-std::vector<std::array<double, N>> ReadAccessor(const tinygltf::Model& model, int index) {
-  const tinygltf::Accessor& accessor = model.accessors[index];
-  const tinygltf::BufferView& view = model.bufferViews[accessor.bufferView];
-  const unsigned char* data =
-      model.buffers[view.buffer].data.data() + view.byteOffset + accessor.byteOffset;
-  std::vector<std::array<double, N>> values(accessor.count);
-  for (size_t i = 0; i < accessor.count; ++i) {
-    for (size_t k = 0; k < N; ++k) {
-      T value;
-      std::memcpy(&value, data + (i * N + k) * sizeof(T), sizeof(T));
-      values[i][k] = value;
-    }
-  }
-  return values;
-}
-
-ReadMesh ReadGlb(const std::string& bytes, tinygltf::Model* model_out = nullptr) {
-  tinygltf::Model model;
-  tinygltf::TinyGLTF loader;
-  std::string error;
-  std::string warning;
-  const bool loaded = loader.LoadBinaryFromMemory(
-      &model, &error, &warning, reinterpret_cast<const unsigned char*>(bytes.data()),
-      static_cast<unsigned int>(bytes.size()));
-  EXPECT_TRUE(loaded) << error;
-  EXPECT_EQ(model.asset.version, "2.0");
-  ReadMesh mesh;
-  if (loaded && !model.meshes.empty()) {
-    EXPECT_EQ(model.meshes.size(), 1u);
-    const tinygltf::Primitive& first = model.meshes[0].primitives.at(0);
-    for (auto& p : ReadAccessor<float, 3>(model, first.attributes.at("POSITION"))) {
-      mesh.positions.push_back(p);
-    }
-    mesh.normals = ReadAccessor<float, 3>(model, first.attributes.at("NORMAL"));
-    mesh.uvs = ReadAccessor<float, 2>(model, first.attributes.at("TEXCOORD_0"));
-    for (const tinygltf::Primitive& primitive : model.meshes[0].primitives) {
-      EXPECT_EQ(primitive.mode, TINYGLTF_MODE_TRIANGLES);
-      EXPECT_EQ(primitive.attributes.at("POSITION"), first.attributes.at("POSITION"));
-      const auto indices = ReadAccessor<uint32_t, 1>(model, primitive.indices);
-      for (size_t i = 0; i + 2 < indices.size(); i += 3) {
-        mesh.triangles.push_back({static_cast<uint32_t>(indices[i][0]),
-                                  static_cast<uint32_t>(indices[i + 1][0]),
-                                  static_cast<uint32_t>(indices[i + 2][0])});
-        mesh.groups.push_back(model.materials.at(primitive.material).name);
-      }
-    }
-  }
-  if (model_out) *model_out = model;
-  return mesh;
-}
+using testing::Dot;
+using testing::FileCross;
+using testing::ReadGlb;
+using testing::ReadMesh;
+using testing::Vec2;
+using testing::Vec3;
 
 std::string Written(const KLY_Mesh& mesh, MeshFormat format,
                     MeshDescription description = MeshDescription()) {
@@ -224,54 +42,21 @@ std::string Written(const KLY_Mesh& mesh, MeshFormat format,
   return out.str();
 }
 
-ReadMesh ReadBack(const KLY_Mesh& mesh, MeshFormat format,
-                  MeshDescription description = MeshDescription()) {
-  const std::string bytes = Written(mesh, format, description);
-  switch (format) {
-    case MeshFormat::kGlb:
-      return ReadGlb(bytes);
-    case MeshFormat::kObj:
-      return ReadObj(bytes);
-    case MeshFormat::kPly:
-      return ReadPly(bytes);
-    case MeshFormat::kStl:
-      return ReadStl(bytes);
-  }
-  return ReadMesh();
-}
+// Every format with the extension of its files.
+constexpr std::pair<MeshFormat, const char*> kFormats[] = {{MeshFormat::kGlb, ".glb"},
+                                                           {MeshFormat::kObj, ".obj"},
+                                                           {MeshFormat::kPly, ".ply"},
+                                                           {MeshFormat::kStl, ".stl"}};
 
-const char* Name(MeshFormat format) {
-  switch (format) {
-    case MeshFormat::kGlb:
-      return "glb";
-    case MeshFormat::kObj:
-      return "obj";
-    case MeshFormat::kPly:
-      return "ply";
-    case MeshFormat::kStl:
-      return "stl";
-  }
+std::string Name(MeshFormat format) {
+  for (const auto& [known, extension] : kFormats)
+    if (known == format) return extension;
   return "";
 }
 
-constexpr MeshFormat kAllFormats[] = {MeshFormat::kGlb, MeshFormat::kObj, MeshFormat::kPly,
-                                      MeshFormat::kStl};
-
-Vec3 Minus(const Vec3& a, const Vec3& b) {
-  return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
-}
-Vec3 Cross(const Vec3& a, const Vec3& b) {
-  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-double Dot(const Vec3& a, const Vec3& b) {
-  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
-
-// The right-handed cross product of a triangle as a file consumer computes it.
-Vec3 FileCross(const ReadMesh& mesh, size_t t) {
-  const auto& tri = mesh.triangles[t];
-  return Cross(Minus(mesh.positions[tri[1]], mesh.positions[tri[0]]),
-               Minus(mesh.positions[tri[2]], mesh.positions[tri[0]]));
+ReadMesh ReadBack(const KLY_Mesh& mesh, MeshFormat format,
+                  MeshDescription description = MeshDescription()) {
+  return testing::ReadMeshAs(Written(mesh, format, description), Name(format));
 }
 
 KLY_Vertex Vertex(const ORT_Vector3T<double>& position, const ORT_Vector3T<double>& normal,
@@ -308,8 +93,8 @@ TEST(CliWriters, OneTriangleMapsTheAxesAndReversesTheWindingInEveryFormat) {
   const KLY_Mesh mesh = OneTriangle();
   // (x, y, z) -> (x, -y, -z).
   const std::vector<Vec3> positions = {{1, -2, -3}, {2, -2, -3}, {1, -3, -3}};
-  for (MeshFormat format : kAllFormats) {
-    SCOPED_TRACE(Name(format));
+  for (const auto& [format, name] : kFormats) {
+    SCOPED_TRACE(name);
     const ReadMesh read = ReadBack(mesh, format);
     ASSERT_EQ(read.triangles.size(), 1u);
     // Corners in the order first, third, second.
@@ -348,8 +133,8 @@ const MeshDescription kCubeDescription{"cube", {"front", "back", "left", "right"
 TEST(CliWriters, CubeWindsOutwardWithNormalsAlongInEveryFormat) {
   // n = 2: 6 faces of 3 x 3 vertices and 2 * 2 * 2 triangles.
   const KLY_Cube cube = BuiltCube(2, false);
-  for (MeshFormat format : kAllFormats) {
-    SCOPED_TRACE(Name(format));
+  for (const auto& [format, name] : kFormats) {
+    SCOPED_TRACE(name);
     const ReadMesh read = ReadBack(cube, format, kCubeDescription);
     ASSERT_EQ(read.triangles.size(), 48u);
     EXPECT_EQ(read.positions.size(), format == MeshFormat::kStl ? 144u : 54u);
@@ -533,8 +318,7 @@ class PendingFileTest : public ::testing::Test {
     return names;
   }
   static std::string Contents(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return testing::FileContents(path.string());
   }
 
   std::filesystem::path folder_;

@@ -1,5 +1,8 @@
 #include "tests/testing/report_capture.h"
 
+#include "kly/host/nut.h"
+#include "kly/host/ort.h"
+
 namespace kly {
 namespace testing {
 
@@ -12,6 +15,10 @@ host::HostServices CapturingServices(std::shared_ptr<std::vector<Report>> sink) 
   return services;
 }
 }  // namespace
+
+Report NormalisationReport() {
+  return {0x110034, 8, NUT_ZLookupLStrCache(ORT_G_zref, 38, 0, 0)};
+}
 
 ReportCapture::ReportCapture()
     : reports_(std::make_shared<std::vector<Report>>()), scope_(CapturingServices(reports_)) {}

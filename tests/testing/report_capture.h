@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,18 @@ struct Report {
   uint32_t flags;
   std::string text;
 };
+
+inline bool operator==(const Report& a, const Report& b) {
+  return a.id == b.id && a.flags == b.flags && a.text == b.text;
+}
+inline std::ostream& operator<<(std::ostream& out, const Report& r) {
+  return out << "{0x" << std::hex << r.id << std::dec << ", " << r.flags << ", \"" << r.text
+             << "\"}";
+}
+
+// The report a failed normalisation makes before it throws 4363: the maths library's id,
+// flags 8 and its string table's zero-vector message.
+Report NormalisationReport();
 
 class ReportCapture {
  public:

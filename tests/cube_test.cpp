@@ -5,6 +5,7 @@
 
 #include "kly/package/failure.h"
 #include "kly/solids/cube.h"
+#include "tests/testing/mesh_access.h"
 #include "tests/testing/report_capture.h"
 
 namespace {
@@ -52,10 +53,8 @@ TEST(Cube, OneDivisionLayoutOfFaceZero) {
   cube.Update();
   const ORT_Vector3T<double> expected[4] = {{-1, -2, -3}, {1, -2, -3}, {-1, 2, -3}, {1, 2, -3}};
   for (int i = 0; i < 4; ++i) EXPECT_EQ(expected[i], cube.vertices[i].pos) << i;
-  EXPECT_EQ((std::vector<uint32_t>{0, 1, 2}),
-            std::vector<uint32_t>(cube.triangles[0].indices, cube.triangles[0].indices + 3));
-  EXPECT_EQ((std::vector<uint32_t>{1, 3, 2}),
-            std::vector<uint32_t>(cube.triangles[1].indices, cube.triangles[1].indices + 3));
+  EXPECT_EQ((std::vector<uint32_t>{0, 1, 2}), kly::testing::Indices(cube.triangles[0]));
+  EXPECT_EQ((std::vector<uint32_t>{1, 3, 2}), kly::testing::Indices(cube.triangles[1]));
   KLY_Bounds b;
   cube.GetLocalBounds(b);
   EXPECT_EQ(-3.0, b.min_z);

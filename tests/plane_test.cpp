@@ -7,6 +7,7 @@
 
 #include "kly/package/failure.h"
 #include "kly/solids/plane.h"
+#include "tests/testing/mesh_access.h"
 #include "tests/testing/report_capture.h"
 
 namespace {
@@ -49,8 +50,7 @@ TEST(Plane, DefaultIsAFlatGridAnchoredAtACorner) {
     EXPECT_EQ((ORT_Vector3T<double>{0, 0, -1}), v.normal);
     EXPECT_EQ(1.0, v.pos_w);
   }
-  EXPECT_EQ((std::vector<uint32_t>{0, 1, 5}),
-            std::vector<uint32_t>(plane.triangles[0].indices, plane.triangles[0].indices + 3));
+  EXPECT_EQ((std::vector<uint32_t>{0, 1, 5}), kly::testing::Indices(plane.triangles[0]));
   // The winding agrees with the normals: (p2 - p0) x (p1 - p0) = (0,.25,0) x (.25,0,0) is -z.
   const auto& p0 = plane.vertices[0].pos;
   const auto& p1 = plane.vertices[1].pos;

@@ -2,6 +2,8 @@
 // vertex.
 #pragma once
 
+#include <vector>
+
 #include "kly/mesh/mesh.h"
 
 namespace kly {
@@ -21,6 +23,11 @@ inline KLY_Vertex VertexAt(double x, double y, double z) {
   KLY_Vertex v;
   v.SetPos({x, y, z});
   return v;
+}
+
+// A triangle's three vertex indices, to compare as a whole.
+inline std::vector<uint32_t> Indices(const KLY_Triangle& t) {
+  return {t.indices[0], t.indices[1], t.indices[2]};
 }
 
 }  // namespace testing

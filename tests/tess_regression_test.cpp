@@ -2,6 +2,8 @@
 // independent checker. Named after what broke.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "kly/package/failure.h"
 #include "tests/testing/tess_checker.h"
 #include "tests/testing/tess_generators.h"
@@ -56,28 +58,13 @@ TEST(TessRegression, RepeatedCrossedSegmentLeavesNoClockwiseTriangle) {
 // Segment 6-4 given twice (once reversed) and crossed by 5-7 inside a closed square: the
 // edge 4-5 next to the crossing vertex was left with vertex 9 inside its circle.
 TEST(TessRegression, RepeatedCrossedSegmentKeepsOtherEdgesDelaunay) {
-  const PlanarGraph in{{0,
-                        0,
-                        1,
-                        0,
-                        1,
-                        1,
-                        0,
-                        1,
-                        0.53065984200812488,
-                        0.72711629004349909,
-                        0.32167064797154482,
-                        0.87142114731117193,
-                        0.24514060998586118,
-                        0.50901009280150888,
-                        0.89172490592666243,
-                        0.19402898720522538,
-                        0.3105566012593774,
-                        0.74727382781778773,
-                        0.44414157106153235,
-                        0.82219499684071307},
-                       {0, 1, 1, 2, 2, 3, 3, 0, 5, 7, 6, 4, 4, 6},
-                       {}};
+  // The unit square's corners, then six points inside it.
+  std::vector<double> points = {0, 0, 1, 0, 1, 1, 0, 1};
+  points.insert(points.end(), {0.53065984200812488, 0.72711629004349909, 0.32167064797154482,
+                               0.87142114731117193, 0.24514060998586118, 0.50901009280150888,
+                               0.89172490592666243, 0.19402898720522538, 0.3105566012593774,
+                               0.74727382781778773, 0.44414157106153235, 0.82219499684071307});
+  const PlanarGraph in{points, {0, 1, 1, 2, 2, 3, 3, 0, 5, 7, 6, 4, 4, 6}, {}};
   ExpectValidOrTen("Qpz", in, TessKind::kConstrained);
 }
 

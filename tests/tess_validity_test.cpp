@@ -42,42 +42,6 @@ int Scaled(int count) {
 
 const char* const kDejaVuSans = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
 
-TessExpectation ExpectationFor(const TessCase& c, TessKind kind) {
-  TessExpectation e;
-  e.kind = kind;
-  e.segments_in_domain = kind != TessKind::kDelaunay;
-  if (kind != TessKind::kDelaunay) e.domain_boundary = ContourSegments(c);
-  e.area = kind == TessKind::kDelaunay ? ConvexHullArea(c.graph.points, &e.area_exponent)
-                                       : DomainArea(c, &e.area_exponent);
-  // Crossing or repeated contour edges make the nesting of contours, and so their area,
-  // meaningless; the other checks still hold.
-  const PlanarGraph contours{c.graph.points, ContourSegments(c), {}};
-  if (kind != TessKind::kDelaunay && (SegmentsCross(contours) || SegmentsRepeat(contours)))
-    e.area = std::numeric_limits<double>::quiet_NaN();
-  return e;
-}
-
-TessKind KindOf(const std::string& switches) {
-  if (switches.find('D') != std::string::npos) return TessKind::kConforming;
-  if (switches.find('p') != std::string::npos) return TessKind::kConstrained;
-  return TessKind::kDelaunay;
-}
-
-// Runs the engine and the checker; a failure number is returned for the caller to judge
-// (0 when the engine succeeded), and findings become test failures naming the case.
-int32_t RunAndCheck(const std::string& switches, const TessCase& c) {
-  Triangulation out;
-  try {
-    out = RunEngine(switches.c_str(), c.graph);
-  } catch (int32_t number) {
-    return number;
-  }
-  const auto findings = CheckTriangulation(c.graph, out, ExpectationFor(c, KindOf(switches)));
-  EXPECT_TRUE(findings.empty()) << "\"" << switches << "\" on " << c.name << ":\n"
-                                << ::testing::PrintToString(findings);
-  return 0;
-}
-
 // RunAndCheck in a child process that may take `seconds`: an engine that loops forever on a
 // case fails the test naming that case instead of hanging the suite. Returns the engine's
 // failure number, 0 for a result (judged in the child, its findings printed there), or -1 for
@@ -90,7 +54,7 @@ int32_t RunAndCheckWithDeadline(const std::string& switches, const TessCase& c, 
     int code = 0;
     try {
       const Triangulation out = RunEngine(switches.c_str(), c.graph);
-      const auto findings = CheckTriangulation(c.graph, out, ExpectationFor(c, KindOf(switches)));
+      const auto findings = CheckTriangulation(c.graph, out, ExpectationFor(c, switches));
       for (const std::string& f : findings) std::fprintf(stderr, "  %s\n", f.c_str());
       code = findings.empty() ? 0 : 2;
     } catch (int32_t number) {

@@ -1,6 +1,9 @@
 #include "tests/testing/tess_runner.h"
 
+#include <gtest/gtest.h>
+
 #include <cstring>
+#include <limits>
 
 #include "kly/tess/triangulate.h"
 
@@ -50,6 +53,38 @@ Triangulation RunEngine(const char* switches, const PlanarGraph& graph) {
   result.neighbors = CopyOut(out.neighbors, 3 * out.triangleCount);
   result.segments = CopyOut(out.segments, 2 * out.segmentCount);
   return result;
+}
+
+TessExpectation ExpectationFor(const TessCase& c, const std::string& switches) {
+  TessExpectation e;
+  e.kind = switches.find('D') != std::string::npos   ? TessKind::kConforming
+           : switches.find('p') != std::string::npos ? TessKind::kConstrained
+                                                     : TessKind::kDelaunay;
+  e.segments_in_domain = e.kind != TessKind::kDelaunay;
+  if (e.kind == TessKind::kDelaunay) {
+    e.area = ConvexHullArea(c.graph.points, &e.area_exponent);
+    return e;
+  }
+  e.domain_boundary = ContourSegments(c);
+  e.area = DomainArea(c, &e.area_exponent);
+  const PlanarGraph contours{c.graph.points, e.domain_boundary, {}};
+  if (SegmentsCross(contours) || SegmentsRepeat(contours))
+    e.area = std::numeric_limits<double>::quiet_NaN();
+  return e;
+}
+
+int32_t RunAndCheck(const std::string& switches, const TessCase& c, Triangulation* out) {
+  Triangulation result;
+  try {
+    result = RunEngine(switches.c_str(), c.graph);
+  } catch (int32_t number) {
+    return number;
+  }
+  const auto findings = CheckTriangulation(c.graph, result, ExpectationFor(c, switches));
+  EXPECT_TRUE(findings.empty()) << "\"" << switches << "\" on " << c.name << ":\n"
+                                << ::testing::PrintToString(findings);
+  if (out) *out = std::move(result);
+  return 0;
 }
 
 }  // namespace testing

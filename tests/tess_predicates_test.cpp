@@ -1,10 +1,7 @@
-// The engine's exact predicates against an independent exact evaluation.
-//
-// The reference turns every input double into an integer (its mantissa shifted to a common
-// lowest exponent) and evaluates the determinants with unbounded integers: scaling all inputs by
-// the same power of two keeps every determinant's sign. Inputs are built to be degenerate or
-// within a few ulps of degenerate, where the floating-point filter cannot decide and the
-// adaptive stages must.
+// The engine's exact predicates against an independent exact evaluation: the determinants are
+// evaluated with the test checker's exact binary numbers, which share nothing with the engine.
+// Inputs are built to be degenerate or within a few ulps of degenerate, where the floating-point
+// filter cannot decide and the adaptive stages must.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -13,125 +10,14 @@
 #include <vector>
 
 #include "kly/tess/predicates.h"
+#include "tests/testing/exact_sign.h"
 
 namespace {
 
-// ---- Reference: signed integers of any size, 32-bit limbs, little endian. ----
+using kly::testing::ExactNumber;
 
-class BigInt {
- public:
-  BigInt() = default;
-  // value * 2^-lowExponent, which must be an integer: every set bit of value is at or above
-  // 2^lowExponent.
-  static BigInt FromDouble(double value, int lowExponent) {
-    BigInt r;
-    if (value == 0.0) return r;
-    int exponent;
-    const double fraction = std::frexp(std::fabs(value), &exponent);
-    uint64_t mantissa = static_cast<uint64_t>(std::ldexp(fraction, 53));
-    int shift = exponent - 53 - lowExponent;
-    for (; shift < 0 && mantissa % 2 == 0; shift++) mantissa /= 2;
-    EXPECT_GE(shift, 0) << value << " has bits below 2^" << lowExponent;
-    r.limbs_ = {static_cast<uint32_t>(mantissa), static_cast<uint32_t>(mantissa >> 32)};
-    r.Trim();
-    r.ShiftLeft(std::max(shift, 0));
-    r.negative_ = value < 0.0;
-    return r;
-  }
-  int Sign() const { return limbs_.empty() ? 0 : (negative_ ? -1 : 1); }
-
-  friend BigInt operator+(const BigInt& a, const BigInt& b) {
-    if (a.negative_ == b.negative_) return WithSign(AddMagnitudes(a.limbs_, b.limbs_), a.negative_);
-    if (CompareMagnitudes(a.limbs_, b.limbs_) >= 0)
-      return WithSign(SubtractMagnitudes(a.limbs_, b.limbs_), a.negative_);
-    return WithSign(SubtractMagnitudes(b.limbs_, a.limbs_), b.negative_);
-  }
-  friend BigInt operator-(const BigInt& a, const BigInt& b) {
-    BigInt negated = b;
-    negated.negative_ = !b.negative_;
-    return a + negated;
-  }
-  friend BigInt operator*(const BigInt& a, const BigInt& b) {
-    std::vector<uint32_t> product(a.limbs_.size() + b.limbs_.size(), 0);
-    for (size_t i = 0; i < a.limbs_.size(); i++) {
-      uint64_t carry = 0;
-      for (size_t j = 0; j < b.limbs_.size(); j++) {
-        const uint64_t t = uint64_t(a.limbs_[i]) * b.limbs_[j] + product[i + j] + carry;
-        product[i + j] = static_cast<uint32_t>(t);
-        carry = t >> 32;
-      }
-      product[i + b.limbs_.size()] = static_cast<uint32_t>(carry);
-    }
-    return WithSign(product, a.negative_ != b.negative_);
-  }
-
- private:
-  using Limbs = std::vector<uint32_t>;
-  static BigInt WithSign(Limbs limbs, bool negative) {
-    BigInt r;
-    r.limbs_ = std::move(limbs);
-    r.Trim();
-    r.negative_ = negative && !r.limbs_.empty();
-    return r;
-  }
-  void Trim() {
-    while (!limbs_.empty() && limbs_.back() == 0) limbs_.pop_back();
-  }
-  void ShiftLeft(int bits) {
-    if (limbs_.empty()) return;
-    Limbs shifted(bits / 32, 0);
-    const int rest = bits % 32;
-    uint32_t carry = 0;
-    for (uint32_t limb : limbs_) {
-      shifted.push_back(rest ? (limb << rest) | carry : limb);
-      carry = rest ? limb >> (32 - rest) : 0;
-    }
-    shifted.push_back(carry);
-    limbs_ = std::move(shifted);
-    Trim();
-  }
-  static int CompareMagnitudes(const Limbs& a, const Limbs& b) {
-    if (a.size() != b.size()) return a.size() < b.size() ? -1 : 1;
-    for (size_t i = a.size(); i-- > 0;)
-      if (a[i] != b[i]) return a[i] < b[i] ? -1 : 1;
-    return 0;
-  }
-  static Limbs AddMagnitudes(const Limbs& a, const Limbs& b) {
-    Limbs sum(std::max(a.size(), b.size()) + 1, 0);
-    uint64_t carry = 0;
-    for (size_t i = 0; i < sum.size(); i++) {
-      const uint64_t t = (i < a.size() ? a[i] : 0) + uint64_t(i < b.size() ? b[i] : 0) + carry;
-      sum[i] = static_cast<uint32_t>(t);
-      carry = t >> 32;
-    }
-    return sum;
-  }
-  static Limbs SubtractMagnitudes(const Limbs& a, const Limbs& b) {  // |a| >= |b|
-    Limbs difference(a.size(), 0);
-    int64_t borrow = 0;
-    for (size_t i = 0; i < a.size(); i++) {
-      int64_t t = int64_t(a[i]) - (i < b.size() ? b[i] : 0) - borrow;
-      borrow = t < 0;
-      if (t < 0) t += int64_t(1) << 32;
-      difference[i] = static_cast<uint32_t>(t);
-    }
-    return difference;
-  }
-
-  bool negative_ = false;
-  Limbs limbs_;
-};
-
-// The lowest exponent of a unit in the last place among `values`, the common scale.
-int LowestExponent(std::initializer_list<double> values) {
-  int low = 0;
-  for (double v : values) {
-    if (v == 0.0) continue;
-    int exponent;
-    std::frexp(v, &exponent);
-    low = std::min(low, exponent - 53);
-  }
-  return low;
+ExactNumber N(double v) {
+  return ExactNumber(v);
 }
 
 struct Point {
@@ -141,35 +27,29 @@ struct Point {
 static_assert(sizeof(Point) == 3 * sizeof(double), "a point reads as a vertex record");
 
 int ExactOrientSign(const Point& a, const Point& b, const Point& c) {
-  const int low = LowestExponent({a.x, a.y, b.x, b.y, c.x, c.y});
-  auto n = [low](double v) { return BigInt::FromDouble(v, low); };
-  const BigInt acx = n(a.x) - n(c.x), acy = n(a.y) - n(c.y);
-  const BigInt bcx = n(b.x) - n(c.x), bcy = n(b.y) - n(c.y);
+  const ExactNumber acx = N(a.x) - N(c.x), acy = N(a.y) - N(c.y);
+  const ExactNumber bcx = N(b.x) - N(c.x), bcy = N(b.y) - N(c.y);
   return (acx * bcy - acy * bcx).Sign();
 }
 
 // Sign of the 3 x 3 determinant of the rows (p - d, height_p - height_d) for p = a, b, c.
 int ExactLiftedSign(const Point& a, const Point& b, const Point& c, const Point& d, double ah,
                     double bh, double ch, double dh) {
-  const int low = LowestExponent({a.x, a.y, b.x, b.y, c.x, c.y, d.x, d.y, ah, bh, ch, dh});
-  auto n = [low](double v) { return BigInt::FromDouble(v, low); };
-  const BigInt adx = n(a.x) - n(d.x), ady = n(a.y) - n(d.y), adz = n(ah) - n(dh);
-  const BigInt bdx = n(b.x) - n(d.x), bdy = n(b.y) - n(d.y), bdz = n(bh) - n(dh);
-  const BigInt cdx = n(c.x) - n(d.x), cdy = n(c.y) - n(d.y), cdz = n(ch) - n(dh);
+  const ExactNumber adx = N(a.x) - N(d.x), ady = N(a.y) - N(d.y), adz = N(ah) - N(dh);
+  const ExactNumber bdx = N(b.x) - N(d.x), bdy = N(b.y) - N(d.y), bdz = N(bh) - N(dh);
+  const ExactNumber cdx = N(c.x) - N(d.x), cdy = N(c.y) - N(d.y), cdz = N(ch) - N(dh);
   return (adz * (bdx * cdy - cdx * bdy) + bdz * (cdx * ady - adx * cdy) +
           cdz * (adx * bdy - bdx * ady))
       .Sign();
 }
 
 int ExactInCircleSign(const Point& a, const Point& b, const Point& c, const Point& d) {
-  const int low = LowestExponent({a.x, a.y, b.x, b.y, c.x, c.y, d.x, d.y});
-  auto n = [low](double v) { return BigInt::FromDouble(v, low); };
-  const BigInt adx = n(a.x) - n(d.x), ady = n(a.y) - n(d.y);
-  const BigInt bdx = n(b.x) - n(d.x), bdy = n(b.y) - n(d.y);
-  const BigInt cdx = n(c.x) - n(d.x), cdy = n(c.y) - n(d.y);
-  const BigInt alift = adx * adx + ady * ady;
-  const BigInt blift = bdx * bdx + bdy * bdy;
-  const BigInt clift = cdx * cdx + cdy * cdy;
+  const ExactNumber adx = N(a.x) - N(d.x), ady = N(a.y) - N(d.y);
+  const ExactNumber bdx = N(b.x) - N(d.x), bdy = N(b.y) - N(d.y);
+  const ExactNumber cdx = N(c.x) - N(d.x), cdy = N(c.y) - N(d.y);
+  const ExactNumber alift = adx * adx + ady * ady;
+  const ExactNumber blift = bdx * bdx + bdy * bdy;
+  const ExactNumber clift = cdx * cdx + cdy * cdy;
   return (alift * (bdx * cdy - cdx * bdy) + blift * (cdx * ady - adx * cdy) +
           clift * (adx * bdy - bdx * ady))
       .Sign();
@@ -247,19 +127,15 @@ TEST(ExpansionArithmeticTest, TwoTermOperationsAreExact) {
   for (int i = 0; i < 2000; i++) {
     const double a = std::ldexp(mantissa(random), exponent(random));
     const double b = std::ldexp(mantissa(random), exponent(random));
-    // Sums and differences are multiples of the smaller ulp, products of its square.
-    const int low = LowestExponent({a, b});
-    auto n = [low](double v) { return BigInt::FromDouble(v, low); };
-    auto n2 = [low](double v) { return BigInt::FromDouble(v, 2 * low); };
     double x, y;
     TwoSum(a, b, x, y);
-    EXPECT_EQ((n(x) + n(y) - n(a) - n(b)).Sign(), 0);
+    EXPECT_EQ((N(x) + N(y) - N(a) - N(b)).Sign(), 0);
     TwoDiff(a, b, x, y);
-    EXPECT_EQ((n(x) + n(y) - n(a) + n(b)).Sign(), 0);
+    EXPECT_EQ((N(x) + N(y) - N(a) + N(b)).Sign(), 0);
     TwoProduct(a, b, x, y);
-    EXPECT_EQ((n2(x) + n2(y) - n(a) * n(b)).Sign(), 0);
+    EXPECT_EQ((N(x) + N(y) - N(a) * N(b)).Sign(), 0);
     Square(a, x, y);
-    EXPECT_EQ((n2(x) + n2(y) - n(a) * n(a)).Sign(), 0);
+    EXPECT_EQ((N(x) + N(y) - N(a) * N(a)).Sign(), 0);
   }
 }
 
@@ -282,15 +158,12 @@ TEST(ExpansionArithmeticTest, SumsAndScalesAreExactNonoverlappingAndIncreasing) 
     const int hLen = FastExpansionSumZeroElim(4, e, 4, f, h);
     const int gLen = ScaleExpansionZeroElim(hLen, h, b, g);
 
-    // h = e + f = 2 v0 v1, a multiple of 2^(2 low); g = h b, of 2^(3 low).
-    const int low = LowestExponent({v[0], v[1], v[2], v[3], b});
-    auto n = [low](double x) { return BigInt::FromDouble(x, low); };
-    const BigInt twice = BigInt::FromDouble(2.0, 0);
-    BigInt hSum, gSum;
-    for (int i = 0; i < hLen; i++) hSum = hSum + BigInt::FromDouble(h[i], 2 * low);
-    for (int i = 0; i < gLen; i++) gSum = gSum + BigInt::FromDouble(g[i], 3 * low);
-    EXPECT_EQ((hSum - twice * n(v[0]) * n(v[1])).Sign(), 0);
-    EXPECT_EQ((gSum - twice * n(v[0]) * n(v[1]) * n(b)).Sign(), 0);
+    // h = e + f = 2 v0 v1 and g = h b, exactly.
+    ExactNumber hSum(0.0), gSum(0.0);
+    for (int i = 0; i < hLen; i++) hSum = hSum + N(h[i]);
+    for (int i = 0; i < gLen; i++) gSum = gSum + N(g[i]);
+    EXPECT_EQ((hSum - N(2.0) * N(v[0]) * N(v[1])).Sign(), 0);
+    EXPECT_EQ((gSum - N(2.0) * N(v[0]) * N(v[1]) * N(b)).Sign(), 0);
     for (const auto& [len, x] : {std::make_pair(hLen, h), std::make_pair(gLen, g)}) {
       for (int i = 0; i < len; i++) EXPECT_NE(x[i], 0.0) << "zero component kept";
       // Nonoverlapping and increasing implies strictly growing magnitudes, the largest last.

@@ -22,29 +22,14 @@ namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-bool RecordIsEmpty(const TessRecord& r) {
-  return !r.points && !r.pointAttributes && !r.pointMarkers && !r.corners &&
-         !r.triangleAttributes && !r.triangleAreas && !r.neighbors && !r.segments &&
-         !r.segmentMarkers && !r.holes && !r.regions && !r.edges && !r.edgeMarkers && !r.normals &&
-         r.pointCount == 0 && r.pointAttributeCount == 0 && r.triangleCount == 0 &&
-         r.cornerCount == 0 && r.triangleAttributeCount == 0 && r.segmentCount == 0 &&
-         r.holeCount == 0 && r.regionCount == 0 && r.edgeCount == 0;
-}
-
 // Calls the engine on raw records, as the library's callers do, and returns the number it
 // threw (0 for none); on a failure both records must already be empty.
 int32_t CallRaw(const char* switches, const std::vector<double>& points,
                 const std::vector<int32_t>& segments) {
   TessRecord in{}, out{};
-  if (!points.empty()) {
-    in.points = static_cast<double*>(TessAlloc(0, points.size() * sizeof(double)));
-    std::memcpy(in.points, points.data(), points.size() * sizeof(double));
-  }
+  in.points = CopyIn(0, points);
   in.pointCount = static_cast<int32_t>(points.size() / 2);
-  if (!segments.empty()) {
-    in.segments = static_cast<int32_t*>(TessAlloc(1, segments.size() * sizeof(int32_t)));
-    std::memcpy(in.segments, segments.data(), segments.size() * sizeof(int32_t));
-  }
+  in.segments = CopyIn(1, segments);
   in.segmentCount = static_cast<int32_t>(segments.size() / 2);
   const int32_t number = ThrownNumber([&] { triangulate(switches, &in, &out, nullptr); });
   if (number != 0) {

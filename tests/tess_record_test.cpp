@@ -10,6 +10,7 @@
 #include "kly/tess/failure.h"
 #include "kly/tess/triangulate.h"
 #include "tests/testing/report_capture.h"
+#include "tests/testing/tess_runner.h"
 
 namespace {
 
@@ -91,44 +92,16 @@ TEST(TessFreeRecordTest, FreesEveryArrayZeroesTheCountsAndKeepsTheLimit) {
   record.edges = static_cast<int32_t*>(TessAlloc(0x15, 8));
   record.edgeMarkers = static_cast<int32_t*>(TessAlloc(0x16, 4));
   record.normals = static_cast<double*>(TessAlloc(0x1A, 16));
-  record.pointCount = 1;
-  record.pointAttributeCount = 2;
-  record.triangleCount = 3;
-  record.cornerCount = 4;
-  record.triangleAttributeCount = 5;
-  record.segmentCount = 6;
-  record.holeCount = 7;
-  record.regionCount = 8;
-  record.edgeCount = 9;
+  int32_t count = 0;
+  for (int32_t* field : {&record.pointCount, &record.pointAttributeCount, &record.triangleCount,
+                         &record.cornerCount, &record.triangleAttributeCount, &record.segmentCount,
+                         &record.holeCount, &record.regionCount, &record.edgeCount})
+    *field = ++count;
   EXPECT_EQ(gTessLiveBlocks - before, 14);
 
   TessFreeRecord(&record);
   EXPECT_EQ(gTessLiveBlocks, before);
-  const void* arrays[] = {record.points,
-                          record.pointAttributes,
-                          record.pointMarkers,
-                          record.corners,
-                          record.triangleAttributes,
-                          record.triangleAreas,
-                          record.neighbors,
-                          record.segments,
-                          record.segmentMarkers,
-                          record.holes,
-                          record.regions,
-                          record.edges,
-                          record.edgeMarkers,
-                          record.normals};
-  for (const void* array : arrays) EXPECT_EQ(array, nullptr);
-  const int32_t counts[] = {record.pointCount,
-                            record.pointAttributeCount,
-                            record.triangleCount,
-                            record.cornerCount,
-                            record.triangleAttributeCount,
-                            record.segmentCount,
-                            record.holeCount,
-                            record.regionCount,
-                            record.edgeCount};
-  for (int32_t count : counts) EXPECT_EQ(count, 0);
+  EXPECT_TRUE(kly::testing::RecordIsEmpty(record));
   EXPECT_EQ(record.triangleLimit, 42);
 
   // Idempotent: engine and caller both free the same records on the failure route.

@@ -193,16 +193,7 @@ TEST(TessSweep, ATriangleLimitFailsCleanlyAndFreesEverything) {
   const TessCase c = RandomPoints(3, 200);
   for (int32_t limit : {1, 50, 300}) {
     const int32_t before = gTessLiveBlocks.load();
-    TessRecord in{}, out{}, dual{};
-    in.pointCount = c.graph.PointCount();
-    in.points = static_cast<double*>(TessAlloc(0, c.graph.points.size() * sizeof(double)));
-    std::copy(c.graph.points.begin(), c.graph.points.end(), in.points);
-    in.triangleLimit = limit;
-    const int32_t thrown = ThrownNumber([&] { triangulate("QzF", &in, &out, &dual); });
-    TessFreeRecord(&in);
-    TessFreeRecord(&out);
-    TessFreeRecord(&dual);
-    EXPECT_EQ(thrown, 10) << "limit " << limit;
+    EXPECT_EQ(ThrownNumber([&] { RunEngine("QzF", c.graph, limit); }), 10) << "limit " << limit;
     EXPECT_EQ(gTessLiveBlocks.load(), before) << "limit " << limit;
   }
   EXPECT_TRUE(capture.reports().empty());

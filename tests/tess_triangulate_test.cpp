@@ -10,6 +10,7 @@
 
 #include "kly/tess/triangulate.h"
 #include "tests/testing/report_capture.h"
+#include "tests/testing/tess_runner.h"
 
 namespace {
 
@@ -22,24 +23,15 @@ struct Input {
 
 // Fills a zeroed record the way the library's callers do.
 void Fill(const Input& input, TessRecord& in) {
+  using kly::testing::CopyIn;
   in = TessRecord{};
   in.pointCount = static_cast<int32_t>(input.points.size() / 2);
-  in.points = static_cast<double*>(TessAlloc(0, input.points.size() * sizeof(double)));
-  std::copy(input.points.begin(), input.points.end(), in.points);
-  if (!input.segments.empty()) {
-    in.segmentCount = static_cast<int32_t>(input.segments.size() / 2);
-    in.segments = static_cast<int32_t*>(TessAlloc(1, input.segments.size() * sizeof(int32_t)));
-    std::copy(input.segments.begin(), input.segments.end(), in.segments);
-  }
-  if (!input.markers.empty()) {
-    in.segmentMarkers = static_cast<int32_t*>(TessAlloc(1, input.markers.size() * sizeof(int32_t)));
-    std::copy(input.markers.begin(), input.markers.end(), in.segmentMarkers);
-  }
-  if (!input.holes.empty()) {
-    in.holeCount = static_cast<int32_t>(input.holes.size() / 2);
-    in.holes = static_cast<double*>(TessAlloc(2, input.holes.size() * sizeof(double)));
-    std::copy(input.holes.begin(), input.holes.end(), in.holes);
-  }
+  in.points = CopyIn(0, input.points);
+  in.segmentCount = static_cast<int32_t>(input.segments.size() / 2);
+  in.segments = CopyIn(1, input.segments);
+  in.segmentMarkers = CopyIn(1, input.markers);
+  in.holeCount = static_cast<int32_t>(input.holes.size() / 2);
+  in.holes = CopyIn(2, input.holes);
 }
 
 // Owns the records of one call and frees them whatever happens.

@@ -12,14 +12,6 @@ namespace testing {
 namespace {
 
 template <class T>
-T* CopyIn(uint16_t site, const std::vector<T>& values) {
-  if (values.empty()) return nullptr;
-  auto* data = static_cast<T*>(TessAlloc(site, static_cast<uint32_t>(values.size() * sizeof(T))));
-  std::memcpy(data, values.data(), values.size() * sizeof(T));
-  return data;
-}
-
-template <class T>
 std::vector<T> CopyOut(const T* data, int32_t count) {
   if (!data || count <= 0) return {};
   return std::vector<T>(data, data + count);
@@ -36,8 +28,9 @@ struct RecordPair {
 
 }  // namespace
 
-Triangulation RunEngine(const char* switches, const PlanarGraph& graph) {
+Triangulation RunEngine(const char* switches, const PlanarGraph& graph, int32_t triangle_limit) {
   RecordPair records;
+  records.in.triangleLimit = triangle_limit;
   // Sites 0, 1 and 2 are the ones the library's callers use for points, segments and holes.
   records.in.points = CopyIn<double>(0, graph.points);
   records.in.pointCount = graph.PointCount();
@@ -53,6 +46,15 @@ Triangulation RunEngine(const char* switches, const PlanarGraph& graph) {
   result.neighbors = CopyOut(out.neighbors, 3 * out.triangleCount);
   result.segments = CopyOut(out.segments, 2 * out.segmentCount);
   return result;
+}
+
+bool RecordIsEmpty(const TessRecord& r) {
+  return !r.points && !r.pointAttributes && !r.pointMarkers && !r.corners &&
+         !r.triangleAttributes && !r.triangleAreas && !r.neighbors && !r.segments &&
+         !r.segmentMarkers && !r.holes && !r.regions && !r.edges && !r.edgeMarkers && !r.normals &&
+         r.pointCount == 0 && r.pointAttributeCount == 0 && r.triangleCount == 0 &&
+         r.cornerCount == 0 && r.triangleAttributeCount == 0 && r.segmentCount == 0 &&
+         r.holeCount == 0 && r.regionCount == 0 && r.edgeCount == 0;
 }
 
 TessExpectation ExpectationFor(const TessCase& c, const std::string& switches) {

@@ -138,6 +138,24 @@ struct RankPair {
   uint32_t y;
 };
 
+// The vertices in the order the recursion takes them: their records, and beside them a copy of
+// their coordinates in the same order. The merge reads the copies, whose neighbours in the
+// array are neighbours in the plane, instead of records scattered in input order over the
+// vertex pool.
+struct VertexOrder {
+  TessVertex* records;
+  double* coordinates;
+
+  VertexOrder From(uint32_t first) const {
+    return {records + first, coordinates + 2 * static_cast<size_t>(first)};
+  }
+  void Write(uint32_t i, const SortEntry& entry) const {
+    std::memcpy(records + i, &entry.v, sizeof *records);
+    coordinates[2 * static_cast<size_t>(i)] = entry.c[0];
+    coordinates[2 * static_cast<size_t>(i) + 1] = entry.c[1];
+  }
+};
+
 // The slices move between three arrays: a split writes the other axis's slice into the spare
 // array, whose old contents are spent, and the arrays trade roles for that range.
 struct CutOrder {
@@ -159,22 +177,23 @@ struct CutOrder {
     }
   }
 
-  void Cut(uint32_t n, int axis, RankPair* byX, RankPair* byY, RankPair* spare, TessVertex* at) {
+  // Writes the n vertices of this subset into `order`, in cut order.
+  void Cut(uint32_t n, int axis, RankPair* byX, RankPair* byY, RankPair* spare, VertexOrder order) {
     if (n <= 3) {
       // Subsets of three or fewer are triangulated in x order, which byX holds.
-      for (uint32_t i = 0; i < n; i++) std::memcpy(at + i, &entries[byX[i].x].v, sizeof *at);
+      for (uint32_t i = 0; i < n; i++) order.Write(i, entries[byX[i].x]);
       return;
     }
     const uint32_t half = n / 2;
     if (axis == 0) {
       // Halves of three or fewer read only byX.
       if (n - half > 3) StableSplit<0>(byY, spare, n, half, byX[half].x);
-      Cut(half, 1, byX, spare, byY, at);
-      Cut(n - half, 1, byX + half, spare + half, byY + half, at + half);
+      Cut(half, 1, byX, spare, byY, order);
+      Cut(n - half, 1, byX + half, spare + half, byY + half, order.From(half));
     } else {
       StableSplit<1>(byX, spare, n, half, byY[half].y);
-      Cut(half, 0, spare, byY, byX, at);
-      Cut(n - half, 0, spare + half, byY + half, byX + half, at + half);
+      Cut(half, 0, spare, byY, byX, order);
+      Cut(n - half, 0, spare + half, byY + half, byX + half, order.From(half));
     }
   }
 };
@@ -188,6 +207,13 @@ struct YEntry {
 struct Merger {
   TessMesh& m;
   const TessSwitches& sw;
+  // The vertices the recursion takes: the copies when `coordinates` is set, else the records.
+  const TessVertex* records;
+  double* coordinates;
+
+  TessVertex VertexAt(uint32_t i) const {
+    return coordinates != nullptr ? coordinates + 2 * static_cast<size_t>(i) : records[i];
+  }
 
   double Ccw(const double* a, const double* b, const double* c) {
     return CounterClockwise(m.counters, sw, a, b, c);
@@ -394,7 +420,8 @@ struct Merger {
     }
   }
 
-  void Recurse(TessVertex* array, uint32_t n, int axis, TriHandle& farLeft, TriHandle& farRight) {
+  // Two or three vertices in x order.
+  void Triangulate(const TessVertex* array, uint32_t n, TriHandle& farLeft, TriHandle& farRight) {
     if (n == 2) {
       // One edge: two ghosts, each the other's neighbour all round.
       farLeft = MakeTriangle(m, sw);
@@ -475,15 +502,35 @@ struct Merger {
       Bond(tri2, tri3);
       farLeft = tri1;
       farRight = area > 0.0 ? tri2 : Lnext(farLeft);
+    }
+  }
+
+  void Recurse(uint32_t first, uint32_t n, int axis, TriHandle& farLeft, TriHandle& farRight) {
+    if (n <= 3) {
+      const TessVertex array[3] = {VertexAt(first), VertexAt(first + 1),
+                                   n == 3 ? VertexAt(first + 2) : nullptr};
+      Triangulate(array, n, farLeft, farRight);
       return;
     }
     const uint32_t half = n / 2;
     TriHandle innerLeft, innerRight;
-    Recurse(array, half, 1 - axis, farLeft, innerLeft);
-    Recurse(array + half, n - half, 1 - axis, innerRight, farRight);
+    Recurse(first, half, 1 - axis, farLeft, innerLeft);
+    Recurse(first + half, n - half, 1 - axis, innerRight, farRight);
     MergeHulls(farLeft, innerLeft, innerRight, farRight, axis);
   }
 };
+
+// The merge ran on the copies: points every corner at the record its copy was made from.
+void PointCornersAtRecords(TessMesh& m, const VertexOrder& order) {
+  TraversalInit(m.triangles);
+  for (TessWord* tri = TriangleTraverse(m); tri != nullptr; tri = TriangleTraverse(m)) {
+    for (int corner = 3; corner < 6; corner++) {
+      if (tri[corner] == 0) continue;  // a ghost's missing corner
+      const double* copy = reinterpret_cast<const double*>(tri[corner]);
+      tri[corner] = reinterpret_cast<TessWord>(order.records[(copy - order.coordinates) / 2]);
+    }
+  }
+}
 
 }  // namespace
 
@@ -517,7 +564,7 @@ int32_t DivideAndConquerDelaunay(TessMesh& m, const TessSwitches& sw) {
   const uint32_t count = static_cast<uint32_t>(m.inVertices);
   SortEntry* entries =
       static_cast<SortEntry*>(TessAllocArray(kSiteSortArray, count, sizeof(SortEntry)));
-  // The radix sorts' spare room, then the y entries, then the recursion's vertex pointers.
+  // The radix sorts' spare room, then the y entries, then the recursion's vertex order.
   SortEntry* spare = nullptr;
   RankPair* ranks = nullptr;
   int32_t code = 0;
@@ -552,7 +599,11 @@ int32_t DivideAndConquerDelaunay(TessMesh& m, const TessSwitches& sw) {
     const uint32_t n = kept + 1;
     // The recursion needs two distinct vertices to end.
     if (n < 2) TessFail("Input vertices are all identical.");
-    TessVertex* array;
+    // The order takes the spare's room, records first: 24 bytes a vertex, as much as an entry.
+    char* orderRoom = static_cast<char*>(static_cast<void*>(spare));
+    const VertexOrder order{
+        reinterpret_cast<TessVertex*>(orderRoom),
+        reinterpret_cast<double*>(orderRoom + static_cast<size_t>(n) * sizeof(TessVertex))};
     if (sw.alternatingCuts) {
       YEntry* yEntries = reinterpret_cast<YEntry*>(static_cast<void*>(spare));
       // byX, byY and the split's spare; first the y sort's spare.
@@ -568,27 +619,20 @@ int32_t DivideAndConquerDelaunay(TessMesh& m, const TessSwitches& sw) {
         byX[yEntries[i].rank].y = i;
       }
       for (uint32_t i = 0; i < n; i++) byX[i].x = i;
-      // The y entries are spent; their room takes the recursion's vertex pointers. The first
-      // cut is vertical, at the median of the x order.
-      array = reinterpret_cast<TessVertex*>(static_cast<void*>(spare));
-      CutOrder{entries}.Cut(n, 0, byX, byY, ranks + 2 * static_cast<size_t>(n), array);
+      // The y entries are spent. The first cut is vertical, at the median of the x order.
+      CutOrder{entries}.Cut(n, 0, byX, byY, ranks + 2 * static_cast<size_t>(n), order);
       TessFree(ranks);
       ranks = nullptr;
-      TessFree(entries);
-      entries = nullptr;
     } else {
-      // The recursion takes plain pointers; they overwrite the entries from the front, each
-      // after its entry was read.
-      TessFree(spare);
-      spare = nullptr;
-      array = reinterpret_cast<TessVertex*>(static_cast<void*>(entries));
-      for (uint32_t i = 0; i < n; i++) {
-        TessVertex v = entries[i].v;
-        std::memcpy(array + i, &v, sizeof v);
-      }
+      for (uint32_t i = 0; i < n; i++) order.Write(i, entries[i]);
     }
-    Merger merger{m, sw};
-    merger.Recurse(array, n, 0, farLeft, farRight);
+    TessFree(entries);
+    entries = nullptr;
+    // Weighted in-circle tests read the weight from the record, so they run on the records.
+    const bool onCopies = sw.weightMode == 0;
+    Merger merger{m, sw, order.records, onCopies ? order.coordinates : nullptr};
+    merger.Recurse(0, n, 0, farLeft, farRight);
+    if (onCopies) PointCornersAtRecords(m, order);
   } catch (const TriangleFailure&) {
     code = 10;
   } catch (int32_t number) {

@@ -267,12 +267,9 @@ TEST(CliWriters, RefusesMeshesItCannotWriteTruthfully) {
     (mesh.beginVerts() + 2)->SetPos(c.position);
     (mesh.beginVerts() + 2)->SetNormal(c.normal);
     *mesh.beginTriangles() = Triangle(0, 1, c.last_index);
-    try {
-      ExportMesh view(mesh, MeshDescription());
-      ADD_FAILURE() << "no failure";
-    } catch (const std::runtime_error& e) {
-      EXPECT_STREQ(e.what(), c.message);
-    }
+    EXPECT_EQ(
+        testing::ThrownText<std::runtime_error>([&] { ExportMesh view(mesh, MeshDescription()); }),
+        c.message);
   }
 }
 
@@ -349,12 +346,9 @@ TEST_F(PendingFileTest, UnwritablePlacesFailAtOnceNamingThePath) {
   const std::string missing = (folder_ / "no" / "mesh.glb").string();
   const std::string folder = folder_.string();
   for (const std::string& path : {missing, folder}) {
-    try {
-      PendingFile file(path);
-      ADD_FAILURE() << path;
-    } catch (const std::runtime_error& e) {
-      EXPECT_EQ(std::string(e.what()).rfind("cannot write '" + path + "': ", 0), 0u) << e.what();
-    }
+    const std::string text =
+        testing::ThrownText<std::runtime_error>([&] { PendingFile file(path); });
+    EXPECT_EQ(text.rfind("cannot write '" + path + "': ", 0), 0u) << text;
   }
   EXPECT_TRUE(Entries().empty());
 }

@@ -128,12 +128,9 @@ TEST(Mesh, GetVerticesForTriangleChecksEachIndexInTurn) {
   mesh.PushVertex(VertexAt(1, 0, 0));
   mesh.PushVertex(VertexAt(2, 0, 0));
   KLY_Vertex a, b, c;
-  try {
-    mesh.GetVerticesForTriangle(Tri(1, 5, 0), a, b, c);
-    FAIL() << "expected std::out_of_range";
-  } catch (const std::out_of_range& e) {
-    EXPECT_STREQ("invalid vector<T> subscript", e.what());
-  }
+  EXPECT_EQ("invalid vector<T> subscript", kly::testing::ThrownText<std::out_of_range>([&] {
+              mesh.GetVerticesForTriangle(Tri(1, 5, 0), a, b, c);
+            }));
   EXPECT_EQ(2.0, a.pos.x);  // written before the bad index
   EXPECT_EQ(0.0, b.pos.x);
 }

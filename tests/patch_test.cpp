@@ -279,12 +279,8 @@ TEST(PatchFillMesh, MeshSmallerThanTheGridIsRefusedUntouched) {
   TestPatch patch = Make(FlatSquare(), 0, 0, 0, 0);
   KLY_Mesh mesh;
   mesh.SetSize(35, 50);  // the grid needs 36 and 50
-  try {
-    patch.FillMesh(mesh, 2);
-    FAIL() << "no exception";
-  } catch (const std::out_of_range& e) {
-    EXPECT_STREQ("invalid vector<T> subscript", e.what());
-  }
+  EXPECT_EQ("invalid vector<T> subscript",
+            kly::testing::ThrownText<std::out_of_range>([&] { patch.FillMesh(mesh, 2); }));
   EXPECT_EQ(0.0, mesh.beginVerts()->pos_w);  // nothing written
 }
 

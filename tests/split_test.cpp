@@ -172,12 +172,9 @@ TEST(SplitMesh, BadIndexRaisesTheContainersError) {
   TestMesh mesh = OneTriangle(1, 1, 1);
   mesh.PushFace(Tri(0, 1, 9));
   TestMesh front, back;
-  try {
-    KLY_Mesh::SplitMesh(mesh, kPlaneX, front, back);
-    ADD_FAILURE() << "no exception";
-  } catch (const std::out_of_range& e) {
-    EXPECT_STREQ("invalid vector<T> subscript", e.what());
-  }
+  EXPECT_EQ("invalid vector<T> subscript", kly::testing::ThrownText<std::out_of_range>([&] {
+              KLY_Mesh::SplitMesh(mesh, kPlaneX, front, back);
+            }));
 }
 
 double Area(const TestMesh& mesh) {

@@ -53,5 +53,16 @@ int32_t ThrownNumber(Body body) {
   return 0;
 }
 
+// Runs `body` and returns what() of the Exception it throws, or "" when it throws none.
+template <class Exception, class Body>
+std::string ThrownText(Body body) {
+  try {
+    body();
+  } catch (const Exception& e) {
+    return e.what();
+  }
+  return "";
+}
+
 }  // namespace testing
 }  // namespace kly

@@ -8,6 +8,7 @@
 
 #include "kly/package/failure.h"
 #include "kly/solids/cylinder.h"
+#include "tests/testing/mesh_access.h"
 #include "tests/testing/report_capture.h"
 
 namespace {
@@ -55,10 +56,8 @@ TEST(CylinderSide, DefaultWithoutCapCountsAndLayout) {
   EXPECT_EQ(4u, type);
   EXPECT_EQ(2u, c.NumMaterials());
   // First quad: (a, a+n+1, a+n+2) and (a+n+2, a+1, a) with a = 0.
-  EXPECT_EQ(9u, c.triangles[0].indices[1]);
-  EXPECT_EQ(10u, c.triangles[0].indices[2]);
-  EXPECT_EQ(10u, c.triangles[1].indices[0]);
-  EXPECT_EQ(1u, c.triangles[1].indices[1]);
+  EXPECT_EQ((std::vector<uint32_t>{0, 9, 10}), kly::testing::Indices(c.triangles[0]));
+  EXPECT_EQ((std::vector<uint32_t>{10, 1, 0}), kly::testing::Indices(c.triangles[1]));
 
   std::vector<KLY_Triangle> face;
   c.GetTrianglesForFace(1, face);
@@ -244,9 +243,7 @@ TEST(CylinderSetters, DimensionsConstructorIsUnclampedWithSixteenDivisions) {
   c.GetTopRadius(top);
   c.GetBottomRadius(bottom);
   c.GetHeight(height);
-  EXPECT_EQ(0.0, top);
-  EXPECT_EQ(2.0, bottom);
-  EXPECT_EQ(3.0, height);
+  EXPECT_EQ((std::vector<double>{0, 2, 3}), (std::vector<double>{top, bottom, height}));
   uint32_t radial = 0, rings = 0;
   c.GetDivisions(radial, rings);
   EXPECT_EQ(16u, radial);

@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <string>
+#include <vector>
 
 #include "kly/host/nut.h"
 #include "kly/host/ort.h"
@@ -70,12 +71,9 @@ TEST(Seam, ReportsGoToTheReplacedSinkAndTheOldSinkComesBack) {
     NUTp_ReportErrString(0x580001, 8, "hello");
     std::snprintf(NUTp_GetThreadLoggingBuffer(), NUT_kLoggingBufferSize, "%s", "buffered");
     NUTp_ReportError(0x580004, 16);
-    ASSERT_EQ(2u, capture.reports().size());
-    EXPECT_EQ(0x580001u, capture.reports()[0].id);
-    EXPECT_EQ(8u, capture.reports()[0].flags);
-    EXPECT_EQ("hello", capture.reports()[0].text);
-    EXPECT_EQ("buffered", capture.reports()[1].text);
-    EXPECT_EQ(16u, capture.reports()[1].flags);
+    EXPECT_EQ(
+        (std::vector<kly::testing::Report>{{0x580001, 8, "hello"}, {0x580004, 16, "buffered"}}),
+        capture.reports());
   }
   // The default sink is back: replacing the table inside a scope does not leak out of it.
   kly::testing::ReportCapture outer;
@@ -165,9 +163,8 @@ TEST(Maths, NormalMatrixKeepsNormalsPerpendicular) {
   ORT_CalcNormalMatrix4Quiet(m, nm, &no_inverse);
   EXPECT_FALSE(no_inverse);
   // Row (0,0,1,0) times the normal matrix: third row of the inverse transpose.
-  EXPECT_EQ(0.0, nm.m[2][0]);
-  EXPECT_EQ(0.0, nm.m[2][1]);
-  EXPECT_EQ(0.5, nm.m[2][2]);
+  EXPECT_EQ((std::vector<double>{0, 0, 0.5}),
+            (std::vector<double>{nm.m[2][0], nm.m[2][1], nm.m[2][2]}));
   ORT_CalcNormalMatrix4Quiet(Affine(0, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0), nm, &no_inverse);
   EXPECT_TRUE(no_inverse);
 }
@@ -188,10 +185,8 @@ TEST(Maths, PlaneNormalIsRightHandedCrossOfTheFirstThreePoints) {
   const ORT_Vector3T<double> pts[3] = {{0, 0, 2}, {1, 0, 2}, {0, 1, 2}};
   ORT_PlaneEq plane;
   ASSERT_EQ(0, ORT_GetPlaneEquation(pts, 3, &plane, nullptr));
-  EXPECT_EQ(0.0, plane.a);
-  EXPECT_EQ(0.0, plane.b);
-  EXPECT_EQ(1.0, plane.c);
-  EXPECT_EQ(-2.0, plane.d);
+  EXPECT_EQ((std::vector<double>{0, 0, 1, -2}),
+            (std::vector<double>{plane.a, plane.b, plane.c, plane.d}));
   const ORT_Vector3T<double> line[3] = {{0, 0, 0}, {1, 1, 1}, {2, 2, 2}};
   EXPECT_EQ(ORT_kErrDegeneratePlane, ORT_GetPlaneEquation(line, 3, &plane, nullptr));
   EXPECT_EQ(ORT_kErrBadPointCount, ORT_GetPlaneEquation(pts, 2, &plane, nullptr));

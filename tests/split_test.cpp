@@ -14,6 +14,7 @@ namespace {
 
 using kly::testing::ThrownNumber;
 
+using kly::testing::SurfaceArea;
 using kly::testing::TestMesh;
 using kly::testing::VertexAt;
 
@@ -177,18 +178,6 @@ TEST(SplitMesh, BadIndexRaisesTheContainersError) {
             }));
 }
 
-double Area(const TestMesh& mesh) {
-  double sum = 0.0;
-  for (const KLY_Triangle& t : mesh.triangles) {
-    const auto& a = mesh.vertices[t.indices[0]].pos;
-    const auto u = mesh.vertices[t.indices[1]].pos - a;
-    const auto w = mesh.vertices[t.indices[2]].pos - a;
-    const double x = u.y * w.z - u.z * w.y, y = u.z * w.x - u.x * w.z, z = u.x * w.y - u.y * w.x;
-    sum += 0.5 * std::sqrt(x * x + y * y + z * z);
-  }
-  return sum;
-}
-
 // Property check with its own distance and area code: on random meshes and planes, the two
 // sides keep the total area, and every triangle lies on its side up to rounding.
 TEST(SplitMesh, RandomMeshesKeepAreaAndSides) {
@@ -203,7 +192,7 @@ TEST(SplitMesh, RandomMeshesKeepAreaAndSides) {
     const ORT_PlaneEq plane{nx / len, ny / len, nz / len, 0.3 * u(random)};
     TestMesh front, back;
     KLY_Mesh::SplitMesh(mesh, plane, front, back);
-    EXPECT_NEAR(Area(mesh), Area(front) + Area(back), 1e-9);
+    EXPECT_NEAR(SurfaceArea(mesh), SurfaceArea(front) + SurfaceArea(back), 1e-9);
     auto side = [&plane](const TestMesh& m, double sign) {
       for (const KLY_Triangle& t : m.triangles) {
         for (uint32_t i : t.indices) {

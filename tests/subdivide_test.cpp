@@ -10,6 +10,7 @@
 
 namespace {
 
+using kly::testing::Indices;
 using kly::testing::TestMesh;
 
 KLY_Vertex Corner(ORT_Vector3T<double> p, ORT_Vector2T<double> uv, ORT_Vector3T<double> n) {
@@ -18,12 +19,6 @@ KLY_Vertex Corner(ORT_Vector3T<double> p, ORT_Vector2T<double> uv, ORT_Vector3T<
   v.SetUV(uv);
   v.SetNormal(n);
   return v;
-}
-
-void ExpectIndices(const KLY_Triangle& t, uint32_t a, uint32_t b, uint32_t c) {
-  EXPECT_EQ(a, t.indices[0]);
-  EXPECT_EQ(b, t.indices[1]);
-  EXPECT_EQ(c, t.indices[2]);
 }
 
 // 1/sqrt(0.5) rounded to single precision: the midpoint normal of two perpendicular unit
@@ -61,10 +56,11 @@ TEST(Subdivide, OneTriangleKeepsTheMidpointAttributesAsSpecified) {
   EXPECT_EQ((ORT_Vector3T<double>{0, h, h}), m1.normal);
   EXPECT_EQ((ORT_Vector3T<double>{0, 0, 0}), m2.normal);
 
-  ExpectIndices(mesh.triangles[0], 0, 4, 3);  // (a, m1, m0) in place of the old one
-  ExpectIndices(mesh.triangles[1], 3, 4, 5);  // (m0, m1, m2)
-  ExpectIndices(mesh.triangles[2], 3, 5, 2);  // (m0, m2, c)
-  ExpectIndices(mesh.triangles[3], 4, 1, 5);  // (m1, b, m2)
+  EXPECT_EQ((std::vector<uint32_t>{0, 4, 3}),
+            Indices(mesh.triangles[0]));  // (a, m1, m0) in place of the old one
+  EXPECT_EQ((std::vector<uint32_t>{3, 4, 5}), Indices(mesh.triangles[1]));  // (m0, m1, m2)
+  EXPECT_EQ((std::vector<uint32_t>{3, 5, 2}), Indices(mesh.triangles[2]));  // (m0, m2, c)
+  EXPECT_EQ((std::vector<uint32_t>{4, 1, 5}), Indices(mesh.triangles[3]));  // (m1, b, m2)
   for (const KLY_Triangle& piece : mesh.triangles) EXPECT_EQ(4u, piece.material_index);
   EXPECT_EQ((ORT_Vector3T<double>{0, 0, -1}), mesh.triangles[0].normal);
 }
@@ -121,25 +117,13 @@ TEST(Subdivide, AreaIsKeptAndEachRoundQuadruples) {
   mesh.PushFace(KLY_Triangle(0, 1, 3));
   mesh.PushFace(KLY_Triangle(0, 3, 2));
   mesh.PushFace(KLY_Triangle(1, 2, 3));
-  auto area = [&mesh]() {
-    double sum = 0.0;
-    for (const KLY_Triangle& t : mesh.triangles) {
-      const auto& a = mesh.vertices[t.indices[0]].pos;
-      const auto u = mesh.vertices[t.indices[1]].pos - a;
-      const auto w = mesh.vertices[t.indices[2]].pos - a;
-      const double cx = u.y * w.z - u.z * w.y, cy = u.z * w.x - u.x * w.z,
-                   cz = u.x * w.y - u.y * w.x;
-      sum += 0.5 * std::sqrt(cx * cx + cy * cy + cz * cz);
-    }
-    return sum;
-  };
-  const double before = area();
+  const double before = kly::testing::SurfaceArea(mesh);
   mesh.Subdivide();
   EXPECT_EQ(10u, mesh.GetNumVertices());
   mesh.Subdivide();
   EXPECT_EQ(34u, mesh.GetNumVertices());
   EXPECT_EQ(64u, mesh.GetNumTriangles());
-  EXPECT_NEAR(before, area(), 1e-12 * before);
+  EXPECT_NEAR(before, kly::testing::SurfaceArea(mesh), 1e-12 * before);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // vertex.
 #pragma once
 
+#include <cmath>
 #include <vector>
 
 #include "kly/mesh/mesh.h"
@@ -23,6 +24,19 @@ inline KLY_Vertex VertexAt(double x, double y, double z) {
   KLY_Vertex v;
   v.SetPos({x, y, z});
   return v;
+}
+
+// The total area of the mesh's triangles, from their corners' positions.
+inline double SurfaceArea(const TestMesh& mesh) {
+  double sum = 0.0;
+  for (const KLY_Triangle& t : mesh.triangles) {
+    const auto& a = mesh.vertices[t.indices[0]].pos;
+    const auto u = mesh.vertices[t.indices[1]].pos - a;
+    const auto w = mesh.vertices[t.indices[2]].pos - a;
+    const double x = u.y * w.z - u.z * w.y, y = u.z * w.x - u.x * w.z, z = u.x * w.y - u.y * w.x;
+    sum += 0.5 * std::sqrt(x * x + y * y + z * z);
+  }
+  return sum;
 }
 
 // A triangle's three vertex indices, to compare as a whole.

@@ -137,18 +137,34 @@ Triangulation WithSegments(Triangulation t, std::vector<int32_t> segments) {
   return t;
 }
 
+// A 4x4 square with a 2x2 square hole, as closed contours for even-odd, and its triangulation
+// with the hole carved: the ring of eight triangles.
+PlanarGraph Ring() {
+  return {{0, 0, 4, 0, 4, 4, 0, 4, 1, 1, 3, 1, 3, 3, 1, 3},
+          {0, 1, 1, 2, 2, 3, 3, 0, 4, 5, 5, 6, 6, 7, 7, 4},
+          {2, 2}};
+}
+Triangulation CarvedRing() {
+  return {Ring().points,
+          {0, 1, 5, 0, 5, 4, 1, 2, 6, 1, 6, 5, 2, 3, 7, 2, 7, 6, 3, 0, 4, 3, 4, 7},
+          {},
+          Ring().segments};
+}
+TessExpectation RingExpectation() {
+  TessExpectation e = Expect(TessKind::kConstrained, 12.0);  // 16 - 4
+  e.domain_boundary = Ring().segments;
+  return e;
+}
+
 TEST(TessChecker, RejectsEachBrokenTriangulationForItsFault) {
   // The quad with a fifth point (3, 0.1) inside the triangle c, d, b, which no triangle uses.
   PlanarGraph five{{0, 0, 4, 0, 2, 1, 2, -1, 3, 0.1}, {}, {}};
   // The flat triangle (0,0), (2,0), (1,0.5): its apex sees the segment (0,0)-(2,0) at more
   // than 90 degrees ((-1)(1) + (-0.5)(-0.5) < 0), so that subsegment is encroached.
   PlanarGraph flat{{0, 0, 2, 0, 1, 0.5}, {0, 1, 1, 2, 2, 0}, {}};
-  // A square with a square hole: 4x4 outer, 2x2 hole, as closed contours for even-odd.
-  PlanarGraph ring{{0, 0, 4, 0, 4, 4, 0, 4, 1, 1, 3, 1, 3, 3, 1, 3},
-                   {0, 1, 1, 2, 2, 3, 3, 0, 4, 5, 5, 6, 6, 7, 7, 4},
-                   {2, 2}};
-  TessExpectation ring_expect = Expect(TessKind::kConstrained, 12.0);
-  ring_expect.domain_boundary = ring.segments;
+  // The ring with its hole filled by two more triangles.
+  Triangulation filled = CarvedRing();
+  filled.corners.insert(filled.corners.end(), {4, 5, 6, 4, 6, 7});
   const std::vector<BrokenCase> cases = {
       {"flipped triangle",
        Quad(),
@@ -205,14 +221,7 @@ TEST(TessChecker, RejectsEachBrokenTriangulationForItsFault) {
        WithSegments({{0, 0, 4, 0, 2, 1, 2, -1, 2, 0}, {2, 0, 4, 2, 4, 1, 3, 1, 4, 3, 4, 0}, {}, {}},
                     {2, 4, 4, 3}),
        Expect(TessKind::kConstrained, kQuadArea), "no segments cross"},
-      {"hole not carved", ring,
-       WithSegments({ring.points,
-                     {0, 1, 5, 0, 5, 4, 1, 2, 6, 1, 6, 5, 2, 3, 7,
-                      2, 7, 6, 3, 0, 4, 3, 4, 7, 4, 5, 6, 4, 6, 7},
-                     {},
-                     {}},
-                    ring.segments),
-       ring_expect, "outside the domain"},
+      {"hole not carved", Ring(), filled, RingExpectation(), "outside the domain"},
   };
   for (const BrokenCase& c : cases) {
     const auto findings = CheckTriangulation(c.in, c.out, c.expect);
@@ -222,17 +231,8 @@ TEST(TessChecker, RejectsEachBrokenTriangulationForItsFault) {
 }
 
 TEST(TessChecker, AcceptsTheRingWithItsHoleCarved) {
-  PlanarGraph ring{{0, 0, 4, 0, 4, 4, 0, 4, 1, 1, 3, 1, 3, 3, 1, 3},
-                   {0, 1, 1, 2, 2, 3, 3, 0, 4, 5, 5, 6, 6, 7, 7, 4},
-                   {2, 2}};
-  Triangulation out{ring.points,
-                    {0, 1, 5, 0, 5, 4, 1, 2, 6, 1, 6, 5, 2, 3, 7, 2, 7, 6, 3, 0, 4, 3, 4, 7},
-                    {},
-                    ring.segments};
-  TessExpectation e = Expect(TessKind::kConstrained, 12.0);  // 16 - 4
-  e.domain_boundary = ring.segments;
-  EXPECT_TRUE(CheckTriangulation(ring, out, e).empty())
-      << ::testing::PrintToString(CheckTriangulation(ring, out, e));
+  EXPECT_EQ(CheckTriangulation(Ring(), CarvedRing(), RingExpectation()),
+            std::vector<std::string>{});
 }
 
 TEST(TessChecker, AreasOfHullsAndNestedContours) {

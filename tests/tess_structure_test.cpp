@@ -151,21 +151,6 @@ TEST(TessStructure, RestartKeepsBlocksAndOrder) {
   PoolFree(pool);  // a second free is harmless
 }
 
-TEST(TessStructure, FirstBlocksAreSizedFromTheInput) {
-  // 5000 vertices: the triangle pool's first block holds 2 x 5000 - 2 = 9998 records; a small
-  // input still gets the 4092 of every later block.
-  MeshFixture big(5000);
-  EXPECT_EQ(big.m.triangles.itemsFirstBlock, 9998u);
-  EXPECT_EQ(big.m.triangles.itemsPerBlock, 4092u);
-  MeshFixture small(10);
-  EXPECT_EQ(small.m.triangles.itemsFirstBlock, 4092u);
-  // Records: 6 words without segments, 9 with.
-  EXPECT_EQ(small.m.triangles.itemBytes, 48u);
-  MeshFixture segments(10, true);
-  EXPECT_EQ(segments.m.triangles.itemBytes, 72u);
-  EXPECT_EQ(segments.m.subsegments.itemBytes, 72u);
-}
-
 TEST(TessStructure, TeardownOfAnEmptyMeshFreesNothingAndReleasesAll) {
   const int32_t before = gTessLiveBlocks.load();
   {

@@ -165,7 +165,10 @@ bool InBounds(const TessMesh& m, const double* point) {
 }
 
 // The triangle that holds `seed`, or the dummy. Only a seed left of the hull edge that the
-// dummy names is looked for: from the wrong side the location would answer falsely.
+// dummy names is looked for: from the wrong side the location would answer falsely. The
+// triangle found becomes the recent triangle, a start for the next seed's location: seeds
+// often come in order, and the walk from the nearest random sample can cross thousands of
+// triangles of a long thin mesh.
 TriHandle FindSeedTriangle(TessMesh& m, const TessSwitches& sw, const double* input) {
   const double seed[2] = {ScaleByPowerOfTwo(input[0], m.coordinateExponent),
                           ScaleByPowerOfTwo(input[1], m.coordinateExponent)};
@@ -175,6 +178,7 @@ TriHandle FindSeedTriangle(TessMesh& m, const TessSwitches& sw, const double* in
     return {m.dummyTriangle, 0};
   }
   if (Locate(m, sw, seed, search) == kOutside) return {m.dummyTriangle, 0};
+  m.recentTriangle = search;
   return search;
 }
 
@@ -185,6 +189,9 @@ void Carve(TessMesh& m, const TessSwitches& sw, const double* holes, int32_t hol
     PoolInit(m.viri, sizeof(TessWord*), kViriPerBlock, kViriPerBlock, 0);
   }
   if (!sw.convexHullSegments) InfectHull(m);
+  // The seeds' locations move the recent triangle; the stages after carving start from the
+  // one the insertions left.
+  const TriHandle recentBeforeSeeds = m.recentTriangle;
   if (useHoles) {
     for (int32_t i = 0; i < holeCount; i++) {
       const TriHandle seed = FindSeedTriangle(m, sw, &holes[2 * i]);
@@ -200,6 +207,7 @@ void Carve(TessMesh& m, const TessSwitches& sw, const double* holes, int32_t hol
     regionTriangles[i] =
         seed.tri != m.dummyTriangle && !Infected(seed) ? seed : TriHandle{m.dummyTriangle, 0};
   }
+  m.recentTriangle = recentBeforeSeeds;
   if (m.viri.items > 0) Plague(m);
   if (regionCount > 0) {
     if (sw.regionAttributes && !sw.refineInput) {

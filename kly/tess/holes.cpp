@@ -49,6 +49,15 @@ void InfectHull(TessMesh& m) {
   } while (!SameHandle(hull, start));
 }
 
+// Whether the vertex map names a live triangle at `v` that is not infected: `v` then outlives
+// the carving without a walk round it. The map names some triangle of the pool for every
+// corner (see InsertSegments); a stale name only costs the walk.
+bool MapNamesSurvivor(const TessMesh& m, TessVertex v) {
+  if (m.vertexToTriangleIndex == 0) return false;
+  const TriHandle named = DecodeTri(VertexToTriangle(m, v));
+  return named.tri != nullptr && !IsDeadTriangle(named.tri) && !Infected(named) && Org(named) == v;
+}
+
 // Spreads the infection from the triangles in the viri pool and eats every infected triangle,
 // with the subsegments between two eaten triangles and the vertices left in no triangle.
 void Plague(TessMesh& m) {
@@ -71,11 +80,16 @@ void Plague(TessMesh& m) {
         Infect(neighbor);
         AddVirus(m, neighbor.tri);
       } else {
-        // The neighbour survives behind a subsegment, which becomes a boundary.
+        // The neighbour survives behind a subsegment, which becomes a boundary. The vertex map
+        // of its ends names it, which spares most walks round them (see MapNamesSurvivor).
         STDissolve(m, sub);
         if (SubsegMark(sub) == 0) SubsegMark(sub) = 1;
         MarkBoundaryVertex(m, Org(neighbor));
         MarkBoundaryVertex(m, Dest(neighbor));
+        if (m.vertexToTriangleIndex != 0) {
+          VertexToTriangle(m, Org(neighbor)) = EncodeTri(neighbor);
+          VertexToTriangle(m, Dest(neighbor)) = EncodeTri(Lnext(neighbor));
+        }
       }
     }
     Infect(test);
@@ -87,7 +101,7 @@ void Plague(TessMesh& m) {
     TriHandle test{*slot, 0};
     for (test.orient = 0; test.orient < 3; test.orient++) {
       TessVertex vertex = Org(test);
-      if (vertex == nullptr) continue;
+      if (vertex == nullptr || MapNamesSurvivor(m, vertex)) continue;
       // Does the vertex keep a live triangle? Walk round it both ways, clearing it from the
       // infected triangles met.
       bool kill = true;

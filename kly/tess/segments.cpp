@@ -562,8 +562,9 @@ void PlanSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments,
 void InsertSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments,
                     const int32_t* markers, int32_t count) {
   m.inSegments = count;
-  if (m.triangles.items == 0 || count <= 0) return;
-  // The vertex map: each vertex names a triangle of which it is the origin.
+  if (m.triangles.items == 0) return;
+  // The vertex map: each vertex names a triangle of which it is the origin. Hole carving reads
+  // it too, so it is made even without segments.
   TraversalInit(m.triangles);
   for (TessWord* tri = TriangleTraverse(m); tri != nullptr; tri = TriangleTraverse(m)) {
     for (uint32_t orient = 0; orient < 3; orient++) {
@@ -571,6 +572,7 @@ void InsertSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments
       VertexToTriangle(m, Org(handle)) = EncodeTri(handle);
     }
   }
+  if (count <= 0) return;
 
   int64_t* plan = nullptr;
   int32_t* ends = nullptr;

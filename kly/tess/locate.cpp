@@ -6,6 +6,8 @@ namespace {
 // Samples grow so that 11 x samples^3 stays at or above the live triangle count: the expected
 // walk then costs about as much as the sampling.
 constexpr int64_t kSampleFactor = 11;
+// Samples drawn and read together.
+constexpr int kSampleBatch = 32;
 
 inline double SquaredDistance(const double* a, const double* b) {
   const double dx = a[0] - b[0];
@@ -98,14 +100,28 @@ LocateResult Locate(TessMesh& m, const TessSwitches& sw, const double* point,
     int64_t perBlock = (static_cast<int64_t>(m.samples) * capacity - 1) / maxItems + 1;
     const TessWord p = reinterpret_cast<TessWord>(block) + sizeof(void*);
     char* first = reinterpret_cast<char*>(p + pool.alignBytes - p % pool.alignBytes);
-    for (; perBlock > 0 && drawn < m.samples; perBlock--, drawn++) {
-      TessWord* tri = reinterpret_cast<TessWord*>(
-          first + static_cast<size_t>(TessRandom(population)) * pool.itemBytes);
-      if (IsDeadTriangle(tri)) continue;
-      const double distance = SquaredDistance(point, Org(TriHandle{tri, 0}));
-      if (distance < searchDistance) {
-        searchTriangle = {tri, 0};
-        searchDistance = distance;
+    if (perBlock > m.samples - drawn) perBlock = m.samples - drawn;
+    drawn += perBlock;
+    // In batches: all draws of a batch first, so that the scattered reads of the samples and
+    // their origins overlap instead of waiting on each other.
+    while (perBlock > 0) {
+      const int batch = perBlock < kSampleBatch ? static_cast<int>(perBlock) : kSampleBatch;
+      perBlock -= batch;
+      TessWord* sample[kSampleBatch];
+      for (int i = 0; i < batch; i++) {
+        sample[i] = reinterpret_cast<TessWord*>(
+            first + static_cast<size_t>(TessRandom(population)) * pool.itemBytes);
+        __builtin_prefetch(sample[i] + 1);
+        __builtin_prefetch(sample[i] + 4);
+      }
+      for (int i = 0; i < batch; i++) __builtin_prefetch(Org(TriHandle{sample[i], 0}));
+      for (int i = 0; i < batch; i++) {
+        if (IsDeadTriangle(sample[i])) continue;
+        const double distance = SquaredDistance(point, Org(TriHandle{sample[i], 0}));
+        if (distance < searchDistance) {
+          searchTriangle = {sample[i], 0};
+          searchDistance = distance;
+        }
       }
     }
     remaining -= population;

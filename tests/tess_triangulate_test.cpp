@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <set>
+#include <string>
 #include <vector>
 
 #include "kly/tess/triangulate.h"
@@ -19,6 +20,8 @@ struct Input {
   std::vector<int32_t> segments;
   std::vector<double> holes;
   std::vector<int32_t> markers;
+  // One attribute a point when set: the weight of 'w' and 'W'.
+  std::vector<double> weights{};
 };
 
 // Fills a zeroed record the way the library's callers do.
@@ -32,6 +35,8 @@ void Fill(const Input& input, TessRecord& in) {
   in.segmentMarkers = CopyIn(1, input.markers);
   in.holeCount = static_cast<int32_t>(input.holes.size() / 2);
   in.holes = CopyIn(2, input.holes);
+  in.pointAttributeCount = input.weights.empty() ? 0 : 1;
+  in.pointAttributes = CopyIn(0, input.weights);
 }
 
 // Owns the records of one call and frees them whatever happens.
@@ -282,6 +287,35 @@ TEST(TessTriangulate, IncrementalAndDivideAndConquerAgree) {
   ASSERT_EQ(incremental.thrown, 0);
   EXPECT_EQ(dc.Triangles(), incremental.Triangles());
   EXPECT_EQ(dc.Triangles(), cuts.Triangles());
+}
+
+TEST(TessTriangulate, WeightsChooseTheSquaresDiagonalOnEveryPath) {
+  // The corners are cocircular. Lifted by their weights, the lower hull takes the diagonal whose
+  // midpoint lies lower. 'w' lifts a corner to its weight; 'W' to x^2 + y^2 (0, 1, 2, 1 round
+  // the square) minus its weight.
+  const Triangles diagonal02 = {{0, 1, 2}, {0, 2, 3}};
+  const Triangles diagonal13 = {{0, 1, 3}, {1, 2, 3}};
+  const struct {
+    const char* switches;
+    std::vector<double> weights;
+    Triangles expected;
+  } cases[] = {
+      {"Qzw", {0, 1, 0, 1}, diagonal02},  // midpoints: 0-2 at 0, 1-3 at 1
+      {"Qzw", {1, 0, 1, 0}, diagonal13},  // 0-2 at 1, 1-3 at 0
+      {"QzW", {1, 0, 1, 0}, diagonal02},  // heights -1, 1, 1, 1: 0-2 at 0, 1-3 at 1
+      {"QzW", {0, 1, 0, 1}, diagonal13},  // heights 0, 0, 2, 0: 0-2 at 1, 1-3 at 0
+  };
+  for (const auto& c : cases) {
+    Input weighted = kSquare;
+    weighted.weights = c.weights;
+    // Divide and conquer with alternating and with vertical cuts, and the incremental build.
+    for (const char* path : {"", "l", "i"}) {
+      const std::string switches = std::string(c.switches) + path;
+      EngineRun run(switches.c_str(), weighted);
+      ASSERT_EQ(run.thrown, 0) << switches;
+      EXPECT_EQ(run.Triangles(), c.expected) << switches;
+    }
+  }
 }
 
 TEST(TessTriangulate, FailuresThrowTenAndFreeBothRecords) {

@@ -49,8 +49,83 @@ enum InsertResult : int32_t {
   kDuplicateVertex = 3
 };
 
-// Turns the diagonal of the two triangles on the handle's edge.
-void Flip(TessMesh& m, const TessSwitches& sw, TriHandle flipEdge);
+// After a rotation of the quadrilateral whose outer edges are topLeft, botLeft, botRight and
+// topRight, each outer edge's subsegment moves with it by one quarter turn. Most flips have
+// none round them: an edge without a subsegment holds the dummy, which stays.
+inline void RebondSubsegments(const TessMesh& m, TriHandle topLeft, TriHandle botLeft,
+                              TriHandle botRight, TriHandle topRight) {
+  const SubHandle topLeftSub = TSPivot(topLeft);
+  const SubHandle botLeftSub = TSPivot(botLeft);
+  const SubHandle botRightSub = TSPivot(botRight);
+  const SubHandle topRightSub = TSPivot(topRight);
+  if (topLeftSub.ss == m.dummySubsegment && botLeftSub.ss == m.dummySubsegment &&
+      botRightSub.ss == m.dummySubsegment && topRightSub.ss == m.dummySubsegment) {
+    return;
+  }
+  if (topLeftSub.ss == m.dummySubsegment) {
+    TSDissolve(m, topRight);
+  } else {
+    TSBond(topRight, topLeftSub);
+  }
+  if (botLeftSub.ss == m.dummySubsegment) {
+    TSDissolve(m, topLeft);
+  } else {
+    TSBond(topLeft, botLeftSub);
+  }
+  if (botRightSub.ss == m.dummySubsegment) {
+    TSDissolve(m, botLeft);
+  } else {
+    TSBond(botLeft, botRightSub);
+  }
+  if (topRightSub.ss == m.dummySubsegment) {
+    TSDissolve(m, botRight);
+  } else {
+    TSBond(botRight, topRightSub);
+  }
+}
+
+// Rotates the quadrilateral around `edge` one quarter turn counterclockwise: the links of the
+// four outer edges move, the corners are rewritten by the caller.
+inline void RotateQuadrilateral(const TessMesh& m, TriHandle edge, TriHandle top) {
+  const TriHandle topLeft = Lprev(top);
+  const TriHandle topLeftCasing = Sym(topLeft);
+  const TriHandle topRight = Lnext(top);
+  const TriHandle topRightCasing = Sym(topRight);
+  const TriHandle botLeft = Lnext(edge);
+  const TriHandle botLeftCasing = Sym(botLeft);
+  const TriHandle botRight = Lprev(edge);
+  const TriHandle botRightCasing = Sym(botRight);
+  Bond(topLeft, botLeftCasing);
+  Bond(botLeft, botRightCasing);
+  Bond(botRight, topRightCasing);
+  Bond(topRight, topLeftCasing);
+  if (m.checkSegments) RebondSubsegments(m, topLeft, botLeft, botRight, topRight);
+}
+
+// Turns the diagonal of the two triangles on the handle's edge. Inline: segment insertion
+// makes about as many flips as there are crossings of its segments with Delaunay edges.
+inline void Flip(TessMesh& m, const TessSwitches&, TriHandle flipEdge) {
+  TessVertex right = Org(flipEdge);
+  TessVertex left = Dest(flipEdge);
+  TessVertex bot = Apex(flipEdge);
+  const TriHandle top = Sym(flipEdge);
+  TessVertex far = Apex(top);
+  RotateQuadrilateral(m, flipEdge, top);
+  SetOrg(flipEdge, far);
+  SetDest(flipEdge, bot);
+  SetApex(flipEdge, right);
+  SetOrg(top, bot);
+  SetDest(top, far);
+  SetApex(top, left);
+  // The vertex map as RememberCorners on the two triangles, flipEdge's first, would leave it:
+  // bot and far are in both and keep the names in top.
+  if (m.vertexToTriangleIndex != 0) {
+    VertexToTriangle(m, right) = EncodeTri(Lprev(flipEdge));
+    VertexToTriangle(m, bot) = EncodeTri(top);
+    VertexToTriangle(m, far) = EncodeTri(Lnext(top));
+    VertexToTriangle(m, left) = EncodeTri(Lprev(top));
+  }
+}
 
 // Inserts `vertex`; see insert_vertex.cpp. `splitSubsegment`, when given, is the subsegment on
 // the edge of `searchTriangle` that the vertex lies on. On return `searchTriangle` has the new

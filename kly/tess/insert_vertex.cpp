@@ -5,36 +5,6 @@
 
 namespace {
 
-// After a rotation of the quadrilateral whose outer edges are topLeft, botLeft, botRight and
-// topRight, each outer edge's subsegment moves with it by one quarter turn.
-void RebondSubsegments(TessMesh& m, TriHandle topLeft, TriHandle botLeft, TriHandle botRight,
-                       TriHandle topRight) {
-  const SubHandle topLeftSub = TSPivot(topLeft);
-  const SubHandle botLeftSub = TSPivot(botLeft);
-  const SubHandle botRightSub = TSPivot(botRight);
-  const SubHandle topRightSub = TSPivot(topRight);
-  if (topLeftSub.ss == m.dummySubsegment) {
-    TSDissolve(m, topRight);
-  } else {
-    TSBond(topRight, topLeftSub);
-  }
-  if (botLeftSub.ss == m.dummySubsegment) {
-    TSDissolve(m, topLeft);
-  } else {
-    TSBond(topLeft, botLeftSub);
-  }
-  if (botRightSub.ss == m.dummySubsegment) {
-    TSDissolve(m, botLeft);
-  } else {
-    TSBond(botLeft, botRightSub);
-  }
-  if (topRightSub.ss == m.dummySubsegment) {
-    TSDissolve(m, botRight);
-  } else {
-    TSBond(botRight, topRightSub);
-  }
-}
-
 // The two triangles of a flipped edge share their attributes.
 void AverageAttributes(TessMesh& m, TriHandle a, TriHandle b) {
   for (int i = 0; i < m.triangleAttributeCount; i++) {
@@ -53,42 +23,7 @@ inline bool IsBoundingVertex(const TessMesh& m, TessVertex v) {
   return v == m.boundingVertex1 || v == m.boundingVertex2 || v == m.boundingVertex3;
 }
 
-// Rotates the quadrilateral around `edge` one quarter turn counterclockwise: the links of the
-// four outer edges move, the corners are rewritten by the caller.
-void RotateQuadrilateral(TessMesh& m, TriHandle edge, TriHandle top) {
-  const TriHandle topLeft = Lprev(top);
-  const TriHandle topLeftCasing = Sym(topLeft);
-  const TriHandle topRight = Lnext(top);
-  const TriHandle topRightCasing = Sym(topRight);
-  const TriHandle botLeft = Lnext(edge);
-  const TriHandle botLeftCasing = Sym(botLeft);
-  const TriHandle botRight = Lprev(edge);
-  const TriHandle botRightCasing = Sym(botRight);
-  Bond(topLeft, botLeftCasing);
-  Bond(botLeft, botRightCasing);
-  Bond(botRight, topRightCasing);
-  Bond(topRight, topLeftCasing);
-  if (m.checkSegments) RebondSubsegments(m, topLeft, botLeft, botRight, topRight);
-}
-
 }  // namespace
-
-void Flip(TessMesh& m, const TessSwitches&, TriHandle flipEdge) {
-  TessVertex right = Org(flipEdge);
-  TessVertex left = Dest(flipEdge);
-  TessVertex bot = Apex(flipEdge);
-  const TriHandle top = Sym(flipEdge);
-  TessVertex far = Apex(top);
-  RotateQuadrilateral(m, flipEdge, top);
-  SetOrg(flipEdge, far);
-  SetDest(flipEdge, bot);
-  SetApex(flipEdge, right);
-  SetOrg(top, bot);
-  SetDest(top, far);
-  SetApex(top, left);
-  RememberCorners(m, flipEdge.tri);
-  RememberCorners(m, top.tri);
-}
 
 InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex,
                           TriHandle& searchTriangle, const SubHandle* splitSubsegment,
@@ -289,15 +224,7 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
           doFlip = NonRegular(m.counters, sw, left, vertex, right, far) > 0.0;
         }
         if (doFlip) {
-          RotateQuadrilateral(m, horiz, top);
-          SetOrg(horiz, far);
-          SetDest(horiz, vertex);
-          SetApex(horiz, right);
-          SetOrg(top, vertex);
-          SetDest(top, far);
-          SetApex(top, left);
-          RememberCorners(m, horiz.tri);
-          RememberCorners(m, top.tri);
+          Flip(m, sw, horiz);
           AverageAttributes(m, horiz, top);
           horiz = Lprev(horiz);
           left = far;

@@ -58,6 +58,35 @@ bool MapNamesSurvivor(const TessMesh& m, TessVertex v) {
   return named.tri != nullptr && !IsDeadTriangle(named.tri) && !Infected(named) && Org(named) == v;
 }
 
+// Whether the origin of `test`, an eaten triangle, is a corner of a triangle that survives.
+// Walks round it both ways, clearing it from the infected triangles met, so that no other
+// eaten triangle walks round it again.
+bool WalkFindsSurvivor(const TessMesh& m, TriHandle test) {
+  bool found = false;
+  SetOrg(test, nullptr);
+  TriHandle neighbor = Onext(test);
+  while (neighbor.tri != m.dummyTriangle && !SameHandle(neighbor, test)) {
+    if (Infected(neighbor)) {
+      SetOrg(neighbor, nullptr);
+    } else {
+      found = true;
+    }
+    neighbor = Onext(neighbor);
+  }
+  if (neighbor.tri == m.dummyTriangle) {
+    neighbor = Oprev(test);
+    while (neighbor.tri != m.dummyTriangle) {
+      if (Infected(neighbor)) {
+        SetOrg(neighbor, nullptr);
+      } else {
+        found = true;
+      }
+      neighbor = Oprev(neighbor);
+    }
+  }
+  return found;
+}
+
 // Spreads the infection from the triangles in the viri pool and eats every infected triangle,
 // with the subsegments between two eaten triangles and the vertices left in no triangle.
 void Plague(TessMesh& m) {
@@ -102,31 +131,7 @@ void Plague(TessMesh& m) {
     for (test.orient = 0; test.orient < 3; test.orient++) {
       TessVertex vertex = Org(test);
       if (vertex == nullptr || MapNamesSurvivor(m, vertex)) continue;
-      // Does the vertex keep a live triangle? Walk round it both ways, clearing it from the
-      // infected triangles met.
-      bool kill = true;
-      SetOrg(test, nullptr);
-      TriHandle neighbor = Onext(test);
-      while (neighbor.tri != m.dummyTriangle && !SameHandle(neighbor, test)) {
-        if (Infected(neighbor)) {
-          SetOrg(neighbor, nullptr);
-        } else {
-          kill = false;
-        }
-        neighbor = Onext(neighbor);
-      }
-      if (neighbor.tri == m.dummyTriangle) {
-        neighbor = Oprev(test);
-        while (neighbor.tri != m.dummyTriangle) {
-          if (Infected(neighbor)) {
-            SetOrg(neighbor, nullptr);
-          } else {
-            kill = false;
-          }
-          neighbor = Oprev(neighbor);
-        }
-      }
-      if (kill) {
+      if (!WalkFindsSurvivor(m, test)) {
         VertexType(m, vertex) = kUndeadVertex;
         m.removedVertices++;
       }

@@ -433,6 +433,54 @@ struct SegmentInserter {
   }
 };
 
+// The live triangles in pool order, as TriangleTraverse gives them, read some way ahead: each
+// triangle's neighbours are prefetched when it enters, their apexes half-way, so that a pass
+// that tests every edge does not wait on each scattered read in turn. No triangle may be made
+// or killed while it runs.
+class TriangleLookahead {
+ public:
+  explicit TriangleLookahead(TessMesh& m) : m_(m) {
+    TraversalInit(m.triangles);
+    for (uint32_t i = 0; i < kDepth; i++) Push();
+  }
+
+  TessWord* Next() {
+    TessWord* next = ring_[head_ % kDepth];
+    Push();
+    PrefetchApexesAcross(ring_[(head_ + kDepth / 2) % kDepth]);
+    return next;
+  }
+
+ private:
+  static constexpr uint32_t kDepth = 64;
+
+  // Replaces the oldest entry with the next live triangle, or nullptr past the end.
+  void Push() {
+    TessWord* tri = exhausted_ ? nullptr : TriangleTraverse(m_);
+    exhausted_ = tri == nullptr;
+    ring_[head_ % kDepth] = tri;
+    head_++;
+    if (tri == nullptr) return;
+    for (uint32_t orient = 0; orient < 3; orient++) {
+      // The apex word of the neighbour, which PrefetchApexesAcross reads.
+      const TriHandle across = DecodeTri(tri[orient]);
+      __builtin_prefetch(across.tri + across.orient + 3);
+    }
+  }
+
+  static void PrefetchApexesAcross(const TessWord* tri) {
+    if (tri == nullptr) return;
+    for (uint32_t orient = 0; orient < 3; orient++) {
+      __builtin_prefetch(Apex(DecodeTri(tri[orient])));
+    }
+  }
+
+  TessMesh& m_;
+  TessWord* ring_[kDepth] = {};
+  uint32_t head_ = 0;
+  bool exhausted_ = false;
+};
+
 // Lawson's flips over the whole mesh, subsegments excepted, until every edge passes the
 // circle test. The digs of ConstrainedEdge that stop at a crossing or at a vertex on the
 // segment leave the last triangles they touched untested; near-parallel crossings can leave a
@@ -443,8 +491,8 @@ void RestoreDelaunay(TessMesh& m, const TessSwitches& sw) {
   constexpr int kMostPasses = 64;
   for (int pass = 0; pass < kMostPasses; pass++) {
     bool flipped = false;
-    TraversalInit(m.triangles);
-    for (TessWord* tri = TriangleTraverse(m); tri != nullptr; tri = TriangleTraverse(m)) {
+    TriangleLookahead triangles(m);
+    for (TessWord* tri = triangles.Next(); tri != nullptr; tri = triangles.Next()) {
       for (uint32_t orient = 0; orient < 3; orient++) {
         const TriHandle t{tri, orient};
         const TriHandle across = Sym(t);

@@ -201,6 +201,19 @@ TEST(TessTriangulate, HolesCarveAndMoveToTheOutput) {
   EngineRun ignored("Qpz", input);
   EXPECT_EQ(ignored.out.triangleCount, 10);
 
+  // A free vertex in the hole goes with it: every triangle at it is eaten, so j drops it,
+  // while the 8 outline vertices keep the annulus (9 written without j, 8 with it).
+  input.points.insert(input.points.end(), {2.5, 1.5});
+  input.holes = {2.2, 2.6};
+  EngineRun kept("Qpz", input);
+  ASSERT_EQ(kept.thrown, 0);
+  EXPECT_EQ(kept.out.triangleCount, 8);
+  EXPECT_EQ(kept.out.pointCount, 9);
+  EngineRun dropped("Qpzj", input);
+  ASSERT_EQ(dropped.thrown, 0);
+  EXPECT_EQ(dropped.out.triangleCount, 8);
+  EXPECT_EQ(dropped.out.pointCount, 8);
+
   // A seed with no closed outline around it eats everything.
   EngineRun eaten("Qpz", {{0, 0, 4, 0, 4, 4, 0, 4}, {0, 1, 1, 2}, {2, 2}, {}});
   ASSERT_EQ(eaten.thrown, 0);

@@ -2,6 +2,8 @@
 // independent checker. Named after what broke.
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "kly/package/failure.h"
@@ -95,6 +97,27 @@ TEST(TessRegression, UnderflowingPointsDoNotCrashHoleCarving) {
   ExpectValidOrTen("VpDz", in, TessKind::kConforming);
 }
 
+// Runs "Qpz" on `in`, which must succeed, and expects the checker to find nothing wrong.
+void ExpectConstrained(const PlanarGraph& in, const std::string& name) {
+  Triangulation out;
+  ASSERT_NO_THROW(out = RunEngine("Qpz", in)) << name;
+  TessExpectation expect;
+  expect.kind = TessKind::kConstrained;
+  expect.segments_in_domain = true;
+  EXPECT_EQ(CheckTriangulation(in, out, expect), std::vector<std::string>{}) << name;
+}
+
+// Integer points scaled by 1e-300, so that each is rounded, with the given segments.
+PlanarGraph RoundedGridPoints(const std::vector<std::pair<int, int>>& points,
+                              std::vector<int32_t> segments) {
+  PlanarGraph in{{}, std::move(segments), {}};
+  for (const auto& [x, y] : points) {
+    in.points.push_back(x * 1e-300);
+    in.points.push_back(y * 1e-300);
+  }
+  return in;
+}
+
 // Grids scaled by 1e-300: the rounding moves the vertices off the anti-diagonal and slope-1/2
 // segments by a unit in the last place or so. Those segments must go past such vertices, and
 // cross the other segments at added vertices of their own; the crossing handling snapped the
@@ -103,13 +126,32 @@ TEST(TessRegression, UnderflowingPointsDoNotCrashHoleCarving) {
 TEST(TessRegression, SegmentsPassingWithinARoundingOfVerticesStillConstrain) {
   for (int32_t size : {5, 7, 11, 16}) {
     const TessCase c = Transformed(GridWithSegmentsThroughVertices(size), 1e-300, 0.0);
-    Triangulation out;
-    ASSERT_NO_THROW(out = RunEngine("Qpz", c.graph)) << c.name;
-    TessExpectation expect;
-    expect.kind = TessKind::kConstrained;
-    expect.segments_in_domain = true;
-    EXPECT_EQ(CheckTriangulation(c.graph, out, expect), std::vector<std::string>{}) << c.name;
+    ExpectConstrained(c.graph, c.name);
   }
+}
+
+// The square [0, 11]^2 with the segments x = 4 and (1, 0)-(11, 5), which cross at (4, 1.5);
+// on the grid the second passes through (3, 1) and (5, 2). Rounded, (5, 2) lies off that
+// segment but exactly in line with the rounded crossing vertex and (11, 5): the walk from the
+// crossing met it, might not bend the segment through it, and failed with 10. The crossing
+// now moves along x = 4 until (5, 2) is out of line.
+TEST(TessRegression, CrossingInLineWithAVertexOffTheSegmentMoves) {
+  const PlanarGraph in = RoundedGridPoints(
+      {{0, 0}, {1, 0}, {4, 0}, {11, 0}, {3, 1}, {5, 2}, {11, 5}, {0, 11}, {4, 11}, {11, 11}},
+      {0, 3, 3, 9, 9, 7, 7, 0, 2, 8, 1, 6});
+  ExpectConstrained(in, "x = 4 crossing (1, 0)-(11, 5)");
+}
+
+// The square [0, 7]^2 with the anti-diagonal and (1, 0)-(7, 3), which on the grid cross at
+// (5, 2). Rounded, (5, 2) lies a rounding off both, so the crossing is a vertex of its own
+// next to it. The dig along (1, 0)-(7, 3) passed (5, 2), left it inside the triangle where the
+// crossing went, and an inverted triangle remained (10). The crossing is now placed before
+// the dig, on the retry that a failed segment insertion gets.
+TEST(TessRegression, CrossingWithinARoundingOfAVertexIsPlacedBeforeTheDig) {
+  const PlanarGraph in =
+      RoundedGridPoints({{0, 0}, {1, 0}, {7, 0}, {5, 2}, {4, 3}, {6, 3}, {7, 3}, {0, 7}, {7, 7}},
+                        {0, 2, 2, 8, 8, 7, 7, 0, 7, 2, 1, 6});
+  ExpectConstrained(in, "anti-diagonal crossing (1, 0)-(7, 3)");
 }
 
 // Segment 0-1 crosses 2-3 near 0; 2-3 and 3-0 meet at 3 at an angle of 1.4e-7 radians, and

@@ -331,6 +331,14 @@ TEST(TessTriangulate, WeightsChooseTheSquaresDiagonalOnEveryPath) {
   }
 }
 
+// The square [0, 4]^2 with three horizontal and three vertical segments across it, which
+// cross at the 9 inner grid points.
+const Input kCrossingLines = {{0, 0, 4, 0, 4, 4, 0, 4, 0, 1, 0, 2, 0, 3, 4, 1,
+                               4, 2, 4, 3, 1, 0, 2, 0, 3, 0, 1, 4, 2, 4, 3, 4},
+                              {4, 7, 5, 8, 6, 9, 10, 13, 11, 14, 12, 15},
+                              {},
+                              {}};
+
 TEST(TessTriangulate, FailuresThrowTenAndFreeBothRecords) {
   kly::testing::ReportCapture capture;
   const struct {
@@ -355,6 +363,10 @@ TEST(TessTriangulate, FailuresThrowTenAndFreeBothRecords) {
       // makes 2 ghosts for its first pair, and the next creation, in the three-point base
       // case, fails.
       {"Qz", {{0, 0, 1, 0, 1, 1, 0, 1, 0.5, 0.5}, {}, {}, {}}, 1},
+      // 29 is just enough for the Delaunay construction of these points (see below), not for
+      // the 9 crossing vertices: segment insertion fails, and so does its retry with the
+      // crossings placed first.
+      {"Qpz", kCrossingLines, 29},
   };
   for (const auto& c : cases) {
     EngineRun run(c.switches, c.input, c.limit);
@@ -366,6 +378,8 @@ TEST(TessTriangulate, FailuresThrowTenAndFreeBothRecords) {
   }
   // The engine's failure texts reach nobody.
   EXPECT_TRUE(capture.reports().empty());
+
+  EXPECT_EQ(EngineRun("Qz", {kCrossingLines.points, {}, {}, {}}, 29).thrown, 0);
 
   // A limit of 0 is no limit.
   EngineRun unlimited("Qz", {{0, 0, 1, 0, 1, 1, 0, 1, 0.5, 0.5}, {}, {}, {}}, 0);

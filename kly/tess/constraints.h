@@ -11,9 +11,11 @@
 void InsertSubsegment(TessMesh& m, const TessSwitches& sw, TriHandle handle, int32_t mark);
 
 // Forces the input's segments into the mesh (segments and markers as in TessRecord; markers
-// may be null). Skips, silently, segments with an end out of range or with equal ends.
+// may be null). Skips, silently, segments with an end out of range or with equal ends. With
+// `crossingsFirst` a crossing is placed before the dig that reaches it, which is slower but
+// keeps vertices within a rounding of a crossing out of the dig's unfinished triangles.
 void InsertSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments,
-                    const int32_t* markers, int32_t count);
+                    const int32_t* markers, int32_t count, bool crossingsFirst);
 
 // Makes every hull edge a subsegment with mark 1.
 void MarkHull(TessMesh& m, const TessSwitches& sw);

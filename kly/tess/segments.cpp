@@ -19,6 +19,8 @@ enum Direction { kWithin = 0, kLeftCollinear = 1, kRightCollinear = 2 };
 // crossing is measured from the line through the previous one, so the bends add up: a segment
 // crossed a thousand times still stays within 1e-9 of its length of its line.
 constexpr double kCrossingSlack = 1e-12;
+// The sine of the angle below which a piece of a segment counts as along another.
+constexpr double kSkewPieces = 1e-6;
 
 struct SegmentInserter {
   TessMesh& m;
@@ -33,6 +35,8 @@ struct SegmentInserter {
   bool stoppedDigs = false;
   // Whether any segment was dug in by flips, which pass through inverted triangles.
   bool dug = false;
+  // Whether each crossing is placed before the dig that reaches it (see PrepareDig).
+  bool crossingsFirst = false;
   // The ends of the segment being inserted.
   TessVertex segmentStart = nullptr;
   TessVertex segmentEnd = nullptr;
@@ -41,16 +45,93 @@ struct SegmentInserter {
   // rounding, may find a vertex exactly in line that is not on the segment. Bending the
   // segment through an input vertex off its line, or through an added one farther off than a
   // crossing may bend it, would give a wrong result rather than a rounded one.
-  void RequireOnSegment(TessVertex w) {
-    if (Ccw(segmentStart, segmentEnd, w) == 0.0) return;
+  bool MayBendThrough(TessVertex w) {
+    if (Ccw(segmentStart, segmentEnd, w) == 0.0) return true;
     const double lineX = segmentEnd[0] - segmentStart[0];
     const double lineY = segmentEnd[1] - segmentStart[1];
     const double off =
         std::fabs(lineX * (w[1] - segmentStart[1]) - lineY * (w[0] - segmentStart[0]));
-    if (VertexType(m, w) != kSegmentVertex ||
-        !(off <= kCrossingSlack * (lineX * lineX + lineY * lineY))) {
-      TessFail("Internal error.");
+    return VertexType(m, w) == kSegmentVertex &&
+           off <= kCrossingSlack * (lineX * lineX + lineY * lineY);
+  }
+
+  void RequireOnSegment(TessVertex w) {
+    if (!MayBendThrough(w)) TessFail("Internal error.");
+  }
+
+  // Calls `visit` with each triangle round the origin of `around`, as a handle from it.
+  template <class Visit>
+  void ForEachAround(TriHandle around, Visit visit) {
+    TriHandle t = around;
+    do {
+      visit(t);
+      t = Onext(t);
+    } while (t.tri != m.dummyTriangle && !SameHandle(t, around));
+    if (t.tri != m.dummyTriangle) return;
+    for (t = Oprev(around); t.tri != m.dummyTriangle; t = Oprev(t)) visit(t);
+  }
+
+  // Moves the crossing vertex at the origin of `around` so that the line from it to `other`
+  // no longer passes exactly through the input vertex w. Rounded grids put crossings and
+  // vertices that are on one line in exact arithmetic within a rounding of it, each a
+  // different way, and the walk along a piece of a segment that starts or ends at a crossing
+  // can then meet w exactly in line although w is off the segment's true line. The segment
+  // may not bend through w, and no straight piece passes it, so the crossing moves along the
+  // segment it crosses, which keeps it on that one: by the least that takes w out of line and
+  // keeps every triangle round it positively turned, and by no more than half the slack a
+  // crossing has on the segment being inserted. False when no such place exists.
+  bool MoveCrossingOffLine(TriHandle around, const double* other, TessVertex w) {
+    TessVertex crossing = Org(around);
+    if (VertexType(m, crossing) != kSegmentVertex) return false;
+    const double lineX = segmentEnd[0] - segmentStart[0];
+    const double lineY = segmentEnd[1] - segmentStart[1];
+    const double length = std::hypot(lineX, lineY);
+    // The directions of the crossed segment's pieces: the subsegments at the crossing that are
+    // not along the segment being inserted (moving along those would barely turn the line).
+    double directions[4][2];
+    int count = 0;
+    ForEachAround(around, [&](TriHandle t) {
+      if (!HasSubsegment(m, t) || count == 4) return;
+      const double x = Dest(t)[0] - crossing[0];
+      const double y = Dest(t)[1] - crossing[1];
+      const double piece = std::hypot(x, y);
+      if (std::fabs(x * lineY - y * lineX) <= kSkewPieces * piece * length) return;
+      directions[count][0] = x / piece;
+      directions[count][1] = y / piece;
+      count++;
+    });
+    const double farthest = 0.5 * kCrossingSlack * length;
+    const double magnitude = std::max(std::fabs(crossing[0]), std::fabs(crossing[1]));
+    for (double step = std::nextafter(magnitude, HUGE_VAL) - magnitude; step <= farthest;
+         step *= 2.0) {
+      for (int k = 0; k < count; k++) {
+        const double p[2] = {crossing[0] + step * directions[k][0],
+                             crossing[1] + step * directions[k][1]};
+        if (Ccw(p, other, w) == 0.0) continue;
+        bool turned = true;
+        ForEachAround(around,
+                      [&](TriHandle t) { turned = turned && Ccw(p, Dest(t), Apex(t)) > 0.0; });
+        if (!turned) continue;
+        crossing[0] = p[0];
+        crossing[1] = p[1];
+        // The edges round the moved vertex are no longer tested for the Delaunay property.
+        stoppedDigs = true;
+        return true;
+      }
     }
+    return false;
+  }
+
+  // The walk from the origin of `handle` to `target` met w exactly in line, off the segment:
+  // moves whichever end of the walk is a crossing (see MoveCrossingOffLine).
+  bool MoveWalkEndOffLine(TriHandle handle, TessVertex target, TessVertex w) {
+    if (MoveCrossingOffLine(handle, target, w)) return true;
+    return VertexType(m, target) == kSegmentVertex &&
+           MoveCrossingOffLine(FindEndpoint(target), Org(handle), w);
+  }
+
+  void RequireMovedOffLine(TriHandle handle, TessVertex target, TessVertex w) {
+    if (!MoveWalkEndOffLine(handle, target, w)) TessFail("Internal error.");
   }
 
   void Spend() {
@@ -177,14 +258,12 @@ struct SegmentInserter {
     return false;
   }
 
-  // Puts a vertex where the segment from the apex end1 of `crossHandle` to `target` crosses
-  // the subsegment on the handle's edge, and makes the piece from end1 to it a subsegment. On
-  // return `crossHandle` has the crossing vertex as its origin. A crossing for which no point
-  // fits (see FindSplitPoint) is the nearer end of the crossed edge: two vertices at one place
-  // would leave a zero-length edge and inverted triangles.
-  void SegmentIntersection(TriHandle& crossHandle, SubHandle crossSub, const double* target,
-                           int32_t mark) {
-    TessVertex end1 = Apex(crossHandle);
+  // Where the segment from end1 to `target` crosses the edge of `crossHandle`: true with the
+  // point in (x, y), `split` of the way along the edge; false when no point fits (see
+  // FindSplitPoint) and the crossing must go to the nearer end of the edge, its origin when
+  // `toOrg`. Two vertices at one place would leave a zero-length edge and inverted triangles.
+  bool CrossingPoint(TriHandle crossHandle, const double* end1, const double* target, double& x,
+                     double& y, double& split, bool& toOrg) {
     TessVertex org = Org(crossHandle);
     TessVertex dest = Dest(crossHandle);
     const double tx = dest[0] - org[0];
@@ -195,26 +274,21 @@ struct SegmentInserter {
     const double ety = org[1] - target[1];
     const double denominator = ty * ex - tx * ey;
     if (denominator == 0.0) TessFail("Internal error.");
-    const double split = (ey * etx - ex * ety) / denominator;
-    double x = org[0] + split * (dest[0] - org[0]);
-    double y = org[1] + split * (dest[1] - org[1]);
-    bool snapToOrg = false;
-    bool snapToDest = false;
-    if (!FindSplitPoint(crossHandle, end1, target, split, x, y)) {
-      snapToOrg = split < 0.5;
-      snapToDest = !snapToOrg;
-      RequireOnSegment(snapToOrg ? org : dest);
-    }
-    if (snapToOrg) {
-      InsertSubsegment(m, sw, Lprev(crossHandle), mark);
-      return;
-    }
-    if (snapToDest) {
-      crossHandle = Lnext(crossHandle);
-      InsertSubsegment(m, sw, crossHandle, mark);
-      return;
-    }
+    split = (ey * etx - ex * ety) / denominator;
+    x = org[0] + split * (dest[0] - org[0]);
+    y = org[1] + split * (dest[1] - org[1]);
+    if (FindSplitPoint(crossHandle, end1, target, split, x, y)) return true;
+    toOrg = split < 0.5;
+    RequireOnSegment(toOrg ? org : dest);
+    return false;
+  }
 
+  // Puts a vertex at (x, y), `split` of the way along the edge of `crossHandle`, and makes the
+  // crossed segment two that end at it. On return `crossHandle` has the vertex as its origin.
+  TessVertex SplitCrossedSegment(TriHandle& crossHandle, SubHandle crossSub, double x, double y,
+                                 double split) {
+    TessVertex org = Org(crossHandle);
+    TessVertex dest = Dest(crossHandle);
     TessVertex vertex = MakeVertex(m);
     vertex[0] = x;
     vertex[1] = y;
@@ -240,6 +314,26 @@ struct SegmentInserter {
       SetSegOrg(opposite, vertex);
       opposite = SNext(opposite);
     } while (opposite.ss != m.dummySubsegment);
+    return vertex;
+  }
+
+  // Puts a vertex where the segment from the apex end1 of `crossHandle` to `target` crosses
+  // the subsegment on the handle's edge, and makes the piece from end1 to it a subsegment. On
+  // return `crossHandle` has the crossing vertex as its origin. A crossing for which no point
+  // fits is the nearer end of the crossed edge.
+  void SegmentIntersection(TriHandle& crossHandle, SubHandle crossSub, const double* target,
+                           int32_t mark) {
+    TessVertex end1 = Apex(crossHandle);
+    double x = 0.0;
+    double y = 0.0;
+    double split = 0.0;
+    bool toOrg = false;
+    if (!CrossingPoint(crossHandle, end1, target, x, y, split, toOrg)) {
+      if (!toOrg) crossHandle = Lnext(crossHandle);
+      InsertSubsegment(m, sw, toOrg ? Lprev(crossHandle) : crossHandle, mark);
+      return;
+    }
+    SplitCrossedSegment(crossHandle, crossSub, x, y, split);
 
     // The insertion may have flipped the edge to end1 away: find it again.
     FindDirection(crossHandle, end1);
@@ -255,7 +349,7 @@ struct SegmentInserter {
   // Walks from the handle's origin towards `target` along edges that already exist, making
   // them subsegments. True when the target is reached; false when the way is blocked by an
   // edge that must be dug through, with `handle` at the blocked wedge.
-  bool ScoutSegment(TriHandle& handle, const double* target, int32_t mark) {
+  bool ScoutSegment(TriHandle& handle, TessVertex target, int32_t mark) {
     for (;;) {
       Spend();
       const Direction direction = FindDirection(handle, target);
@@ -267,14 +361,21 @@ struct SegmentInserter {
         return true;
       }
       if (direction == kLeftCollinear) {
-        // A vertex stands on the segment's way: the segment bends through it.
-        RequireOnSegment(apex);
+        // A vertex stands on the segment's way: the segment bends through it, or where it may
+        // not, a crossing at an end of the walk moves out of line with it.
+        if (!MayBendThrough(apex)) {
+          RequireMovedOffLine(handle, target, apex);
+          continue;
+        }
         handle = Lprev(handle);
         InsertSubsegment(m, sw, handle, mark);
         continue;
       }
       if (direction == kRightCollinear) {
-        RequireOnSegment(dest);
+        if (!MayBendThrough(dest)) {
+          RequireMovedOffLine(handle, target, dest);
+          continue;
+        }
         InsertSubsegment(m, sw, handle, mark);
         handle = Lnext(handle);
         continue;
@@ -316,12 +417,91 @@ struct SegmentInserter {
     DelaunayFixup(far, leftSide);
   }
 
+  // Follows the line from the origin of `start`, whose edge opposite crosses it, to `end2`
+  // through the triangles it passes. True, with `crossed` at the edge, when it meets a
+  // subsegment first; false when it reaches end2 or a vertex on the line, which `onLine` then
+  // names.
+  bool FirstCrossedSubsegment(TriHandle start, TessVertex end2, TriHandle& crossed,
+                              TessVertex& onLine) {
+    TessVertex end1 = Org(start);
+    // Each edge is held from its end right of the line to its end left of it.
+    TriHandle edge = Lnext(start);
+    for (;;) {
+      Spend();
+      if (HasSubsegment(m, edge)) {
+        crossed = edge;
+        return true;
+      }
+      const TriHandle beyond = Sym(edge);
+      if (beyond.tri == m.dummyTriangle) TessFail("Internal error.");
+      TessVertex next = Apex(beyond);
+      if (SamePoint(next, end2)) return false;
+      const double side = Ccw(end1, end2, next);
+      if (side == 0.0) {
+        onLine = next;
+        return false;
+      }
+      edge = side > 0.0 ? Lnext(beyond) : Lprev(beyond);
+    }
+  }
+
+  // A dig that meets a subsegment puts the crossing vertex into a fan of triangles that its
+  // flips have not yet made valid: a vertex the dig passed within a rounding of the line can
+  // stand inside the fan next to the crossing, and the triangle between them ends up
+  // inverted. Rounded grids, whose segments cross within a rounding of grid vertices, do this.
+  // So the crossing is placed while the mesh is still valid, and the dig ends at it. Returns
+  // the crossing vertex: a new one, or an end of the crossed edge when none fits there.
+  TessVertex PlaceCrossing(TriHandle crossed, const double* end1, const double* end2) {
+    double x = 0.0;
+    double y = 0.0;
+    double split = 0.0;
+    bool toOrg = false;
+    if (!CrossingPoint(crossed, end1, end2, x, y, split, toOrg)) {
+      return toOrg ? Org(crossed) : Dest(crossed);
+    }
+    return SplitCrossedSegment(crossed, TSPivot(crossed), x, y, split);
+  }
+
+  // Before the dig from the origin of `start` to `end2`, with crossings placed first: places
+  // the first crossing on the way and inserts the piece up to it, or moves a crossing at
+  // either end off a vertex exactly on the line that the segment may not bend through (see
+  // MoveCrossingOffLine), and walks on. True when it did either: `start` then has the vertex
+  // the segment has reached as its origin, and `done` tells whether that is end2. False when
+  // the dig may go ahead as it is.
+  bool PrepareDig(TriHandle& start, TessVertex end2, int32_t mark, bool& done) {
+    TriHandle crossed;
+    TessVertex onLine = nullptr;
+    if (FirstCrossedSubsegment(start, end2, crossed, onLine)) {
+      TessVertex end1 = Org(start);
+      TessVertex crossing = PlaceCrossing(crossed, end1, end2);
+      InsertPiece(end1, crossing, mark);
+      start = FindEndpoint(crossing);
+    } else if (onLine == nullptr || MayBendThrough(onLine) ||
+               !MoveWalkEndOffLine(start, end2, onLine)) {
+      return false;
+    }
+    done = ScoutSegment(start, end2, mark);
+    return true;
+  }
+
+  // Inserts the piece of the segment from `from` to `to`, both vertices of the mesh.
+  void InsertPiece(TessVertex from, TessVertex to, int32_t mark) {
+    TriHandle handle = FindEndpoint(from);
+    if (ScoutSegment(handle, to, mark)) return;
+    ConstrainedEdge(handle, to, mark);
+  }
+
   // Digs a way by flips from the origin of `start` to `end2` and makes it a subsegment.
   void ConstrainedEdge(TriHandle start, TessVertex end2, int32_t mark) {
     dug = true;
     for (;;) {
       Spend();
       TessVertex end1 = Org(start);
+      bool done = false;
+      if (crossingsFirst && PrepareDig(start, end2, mark, done)) {
+        if (done) return;
+        continue;
+      }
       TriHandle fixup = Lnext(start);
       Flip(m, sw, fixup);
       bool collision = false;
@@ -610,7 +790,7 @@ void PlanSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments,
 }  // namespace
 
 void InsertSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments,
-                    const int32_t* markers, int32_t count) {
+                    const int32_t* markers, int32_t count, bool crossingsFirst) {
   m.inSegments = count;
   if (m.triangles.items == 0) return;
   // The vertex map: each vertex names a triangle of which it is the origin. Hole carving reads
@@ -638,6 +818,7 @@ void InsertSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments
     order = static_cast<int32_t*>(TessAllocArray(kSiteSegmentOrder, n, sizeof(int32_t)));
     PlanSegments(m, sw, segments, markers, count, plan, ends, buckets, order);
     SegmentInserter inserter{m, sw};
+    inserter.crossingsFirst = crossingsFirst;
     // The triangle the map names for a segment's first end is a scattered read that every
     // insertion starts with: ask for it a few segments ahead.
     const auto prefetchStart = [&](int32_t i) {

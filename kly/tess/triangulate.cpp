@@ -12,6 +12,10 @@
 //   - a non-zero coordinate below 2^-100 times the largest one: two such coordinates may
 //     differ by so little that the predicates' products underflow, and an exact sign is then
 //     no longer guaranteed ("Input coordinates span too many orders of magnitude.").
+// A constrained run whose segment insertion fails runs once more, from the untouched input,
+// with each crossing placed before the dig that reaches it (see InsertSegments): rounded
+// inputs whose segments cross within a rounding of a vertex need it, and inputs that succeed
+// the ordinary way keep their results bit for bit.
 // Coordinates of any magnitude are taken otherwise: when the largest lies outside 2^-64 to
 // 2^64, the engine works on the points scaled by a power of two that brings it near 1, which
 // changes no predicate's sign and keeps the in-circle test's fourth powers clear of overflow
@@ -37,6 +41,9 @@ namespace {
 constexpr int kLargestUnscaledExponent = 64;
 // Non-zero coordinates below 2^-kWidestSpanExponent of the largest are refused (see the head).
 constexpr int kWidestSpanExponent = 100;
+
+// Thrown by Run when the ordinary segment insertion failed (see the head).
+struct RetryWithCrossingsFirst {};
 
 void RefuseMissingStages(const TessSwitches& sw) {
   if (sw.minAngle > 0.0 || sw.fixedArea || sw.areaPerTriangle || sw.userTest) {
@@ -144,8 +151,20 @@ void SetOutputCounts(TessMesh& m, const TessSwitches& sw, const TessRecord& in, 
   }
 }
 
+void InsertInputSegments(TessMesh& m, const TessSwitches& sw, const TessRecord& in,
+                         bool crossingsFirst) {
+  const int32_t count = in.segmentCount > 0 ? in.segmentCount : 0;
+  if (count > 0 && in.segments == nullptr) TessFail("Input segments are missing.");
+  try {
+    InsertSegments(m, sw, in.segments, in.segmentMarkers, count, crossingsFirst);
+  } catch (int32_t number) {
+    if (number == 10 && !crossingsFirst && !sw.splitSegments) throw RetryWithCrossingsFirst{};
+    throw;
+  }
+}
+
 void Run(TessMesh& m, TessSwitches& sw, const char* switchText, TessRecord& in, TessRecord& out,
-         TessRecord* dual) {
+         TessRecord* dual, bool crossingsFirst) {
   m.triangleLimit = in.triangleLimit;
   ParseSwitches(switchText, sw);
   RefuseMissingStages(sw);
@@ -162,9 +181,7 @@ void Run(TessMesh& m, TessSwitches& sw, const char* switchText, TessRecord& in, 
   if (sw.useSegments) {
     m.checkSegments = 1;
     if (sw.pslgInput) {
-      const int32_t count = in.segmentCount > 0 ? in.segmentCount : 0;
-      if (count > 0 && in.segments == nullptr) TessFail("Input segments are missing.");
-      InsertSegments(m, sw, in.segments, in.segmentMarkers, count);
+      InsertInputSegments(m, sw, in, crossingsFirst);
     } else {
       m.inSegments = 0;
     }
@@ -218,9 +235,10 @@ void Run(TessMesh& m, TessSwitches& sw, const char* switchText, TessRecord& in, 
   }
 }
 
-}  // namespace
-
-void triangulate(const char* switchText, TessRecord* in, TessRecord* out, TessRecord* vorout) {
+// One run in a mesh of its own, torn down before it returns the failure number, or 0.
+// `retry` is set when the run asks to be repeated with crossings placed first.
+int32_t TriangulateOnce(const char* switchText, TessRecord* in, TessRecord* out, TessRecord* vorout,
+                        bool crossingsFirst, bool& retry) {
   // The mesh lives on the stack: about 90 kB, most of it the refinement stage's queues.
   TessMesh m;
   MeshZero(m);
@@ -248,7 +266,10 @@ void triangulate(const char* switchText, TessRecord* in, TessRecord* out, TessRe
   int32_t code = 0;
   try {
     if (in == nullptr || out == nullptr) TessFail("Input and output records are required.");
-    Run(m, sw, switchText, *in, *out, vorout);
+    Run(m, sw, switchText, *in, *out, vorout, crossingsFirst);
+  } catch (const RetryWithCrossingsFirst&) {
+    retry = true;
+    code = 10;
   } catch (const TriangleFailure&) {
     code = 10;
   } catch (int32_t number) {
@@ -257,6 +278,15 @@ void triangulate(const char* switchText, TessRecord* in, TessRecord* out, TessRe
     code = NUT_TranslateAndReportException(e);
   }
   MeshTearDown(m);
+  return code;
+}
+
+}  // namespace
+
+void triangulate(const char* switchText, TessRecord* in, TessRecord* out, TessRecord* vorout) {
+  bool retry = false;
+  int32_t code = TriangulateOnce(switchText, in, out, vorout, false, retry);
+  if (retry) code = TriangulateOnce(switchText, in, out, vorout, true, retry);
   if (code != 0) {
     TessFreeRecord(in);
     TessFreeRecord(out);

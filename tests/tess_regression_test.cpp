@@ -171,6 +171,27 @@ TEST(TessRegression, NearlyParallelSegmentsFromOneVertexConform) {
   EXPECT_LT(out.PointCount(), 1000);  // a few per shell, some 20 shells
 }
 
+// The square [0, 20]^2 scaled by 1e15 (exact integers still) with (1, 0)-(20, 9), (10, 8)-(7, 8)
+// and (6, 0)-(12, 14), which passes exactly through the vertex (9, 7). Crossed first, the
+// last runs a rounding off (9, 7), which encroaches it, and the conforming splits close in on
+// (9, 7) with ever shorter subsegments next to slivers along them. A split vertex rounded off
+// its subsegment, on the far side of such a sliver, left the edge from it to the sliver's apex
+// with a vertex inside its circle, and the engine returned that mesh.
+TEST(TessRegression, ConformingSplitsOffTheirSubsegmentsStayDelaunay) {
+  const std::vector<std::pair<int, int>> grid = {{0, 0},   {1, 0},  {6, 0},  {20, 0},
+                                                 {9, 7},   {7, 8},  {10, 8}, {20, 9},
+                                                 {12, 14}, {0, 20}, {20, 20}};
+  TessCase c{"splits off their subsegments", {}, {{0, 1, 2, 3, 7, 10, 9}}};
+  for (const auto& [x, y] : grid) {
+    c.graph.points.push_back(x * 1e15);
+    c.graph.points.push_back(y * 1e15);
+  }
+  // The closed outline, then the three segments inside it.
+  c.graph.segments = {0, 1, 1, 2, 2, 3, 3, 7, 7, 10, 10, 9, 9, 0, 1, 7, 2, 8, 6, 5};
+  EXPECT_EQ(RunAndCheck("pDz", c), 0);
+  EXPECT_EQ(RunAndCheck("VpDz", c), 0);
+}
+
 }  // namespace
 }  // namespace testing
 }  // namespace kly

@@ -150,7 +150,8 @@ double SplitFraction(const TessMesh& m, SubHandle current, TessVertex org, TessV
   return acuteDest ? 1.0 - split : split;
 }
 
-void SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
+// Splits the subsegment; returns whether the new vertex lies off it (see EnforceQuality).
+bool SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
   TessVertex org = SOrg(current);
   TessVertex dest = SDest(current);
   TriHandle encroached = STPivot(current);
@@ -170,6 +171,7 @@ void SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
       }
     }
   }
+  const bool offSubsegment = CounterClockwise(m.counters, sw, org, dest, vertex) != 0.0;
   VertexMark(m, vertex) = SubsegMark(current);
   VertexType(m, vertex) = kSegmentVertex;
   if (SamePoint(vertex, org) || SamePoint(vertex, dest)) TessFail("Precision error.");
@@ -178,6 +180,7 @@ void SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
   if (m.steinerLeft > 0) m.steinerLeft--;
   CheckSegmentForEncroachment(m, sw, current);
   CheckSegmentForEncroachment(m, sw, SNext(current));
+  return offSubsegment;
 }
 
 // Segments that meet or cross at a tiny angle are split, shell by shell, about as many times
@@ -188,9 +191,12 @@ void SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
 constexpr int64_t kSplitsPerVertex = 256;
 constexpr int64_t kSplitsBeyondVertices = 1 << 18;
 
-void SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw) {
+// Splits the pooled bad subsegments, and those the splits encroach, until none is left.
+// Returns whether any split vertex lies off the subsegment it split. `splits` counts the
+// splits of the whole stage.
+bool SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw, int64_t& splits) {
   const int64_t bound = kSplitsPerVertex * m.inVertices + kSplitsBeyondVertices;
-  int64_t splits = 0;
+  bool offSubsegment = false;
   while (m.badSubsegments.items > 0 && m.steinerLeft != 0) {
     TraversalInit(m.badSubsegments);
     for (BadSubsegment* bad = NextBadSubsegment(m); bad != nullptr && m.steinerLeft != 0;
@@ -200,10 +206,18 @@ void SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw) {
       if (!IsDeadSubsegment(current.ss) && SOrg(current) == bad->subsegOrg &&
           SDest(current) == bad->subsegDest) {
         if (++splits > bound) TessFail(kSplitsDoNotEnd);
-        SplitOne(m, sw, current);
+        if (SplitOne(m, sw, current)) offSubsegment = true;
       }
       ReleaseBadSubsegment(m, bad);
     }
+  }
+  return offSubsegment;
+}
+
+void QueueEncroachedSubsegments(TessMesh& m, const TessSwitches& sw) {
+  TraversalInit(m.subsegments);
+  for (TessWord* ss = SubsegmentTraverse(m); ss != nullptr; ss = SubsegmentTraverse(m)) {
+    CheckSegmentForEncroachment(m, sw, SubHandle{ss, 0});
   }
 }
 
@@ -249,13 +263,23 @@ void EnforceQuality(TessMesh& m, const TessSwitches& sw) {
     for (TessWord* tri = TriangleTraverse(m); tri != nullptr; tri = TriangleTraverse(m))
       RememberCorners(m, tri);
   }
-  TraversalInit(m.subsegments);
-  for (TessWord* ss = SubsegmentTraverse(m); ss != nullptr; ss = SubsegmentTraverse(m)) {
-    CheckSegmentForEncroachment(m, sw, SubHandle{ss, 0});
-  }
+  QueueEncroachedSubsegments(m, sw);
   // Free vertices inside a diametral circle would be deleted first without the conforming
   // switch; that needs the triangle criteria of q, a or u, which this build refuses.
-  SplitEncroachedSegments(m, sw);
+  int64_t splits = 0;
+  bool offSubsegment = SplitEncroachedSegments(m, sw, splits);
+  // The flips round a split vertex keep the mesh Delaunay only when the vertex lies on the
+  // subsegment it splits. Rounded off it, on the far side of a sliver whose apex is within a
+  // rounding of the subsegment's line (the splits next to a vertex that a crossed segment
+  // passes within a rounding of make these), the vertex can lie outside that sliver's circle
+  // and leave the edge from it to the apex failing the circle test, which the walk round the
+  // vertex never makes. Such a mesh gets a pass of flips over all edges; flips give
+  // subsegments new apexes, which may encroach them, so the splits go on until a pass flips
+  // nothing.
+  while (offSubsegment && RestoreDelaunay(m, sw)) {
+    QueueEncroachedSubsegments(m, sw);
+    offSubsegment = SplitEncroachedSegments(m, sw, splits);
+  }
   // A split vertex is nudged towards its segment's line, which at the limit of precision may
   // put it on the wrong side of an apex; such a mesh is refused rather than returned.
   RequireValidOrientation(m, sw);

@@ -28,6 +28,10 @@ void CarveHoles(TessMesh& m, const TessSwitches& sw, const double* holes, int32_
 // encroached. Returns 0 (not encroached), 1 or 2 (the side first found), or 3 (both).
 int32_t CheckSegmentForEncroachment(TessMesh& m, const TessSwitches& sw, SubHandle testSubseg);
 
+// Lawson's flips over the whole mesh, subsegments excepted, until every edge passes the circle
+// test. Returns whether it flipped any edge.
+bool RestoreDelaunay(TessMesh& m, const TessSwitches& sw);
+
 // Fails with "Internal error." unless every triangle turns counterclockwise (exact test).
 void RequireValidOrientation(TessMesh& m, const TessSwitches& sw);
 

@@ -661,14 +661,17 @@ class TriangleLookahead {
   bool exhausted_ = false;
 };
 
-// Lawson's flips over the whole mesh, subsegments excepted, until every edge passes the
-// circle test. The digs of ConstrainedEdge that stop at a crossing or at a vertex on the
-// segment leave the last triangles they touched untested; near-parallel crossings can leave a
-// non-Delaunay edge there. Flips preserve validity: an edge is turned only when its
-// quadrilateral is strictly convex, and exact tests make the passes end; the bound on passes
-// only keeps a corrupted structure from spinning.
-void RestoreDelaunay(TessMesh& m, const TessSwitches& sw) {
+}  // namespace
+
+// The digs of ConstrainedEdge that stop at a crossing or at a vertex on the segment leave the
+// last triangles they touched untested; near-parallel crossings can leave a non-Delaunay edge
+// there. The conforming stage calls this too (see EnforceQuality). Flips preserve validity: an
+// edge is turned only when its two triangles and the two the flip makes all turn
+// counterclockwise, and exact tests make the passes end; the bound on passes only keeps a
+// corrupted structure from spinning.
+bool RestoreDelaunay(TessMesh& m, const TessSwitches& sw) {
   constexpr int kMostPasses = 64;
+  bool any = false;
   for (int pass = 0; pass < kMostPasses; pass++) {
     bool flipped = false;
     TriangleLookahead triangles(m);
@@ -679,7 +682,9 @@ void RestoreDelaunay(TessMesh& m, const TessSwitches& sw) {
         if (across.tri == m.dummyTriangle || HasSubsegment(m, t)) continue;
         TessVertex a = Org(t), b = Dest(t), c = Apex(t), d = Apex(across);
         if (InCircle(m.counters, sw, a, b, c, d) <= 0.0) continue;
-        if (CounterClockwise(m.counters, sw, c, a, d) <= 0.0 ||
+        if (CounterClockwise(m.counters, sw, a, b, c) <= 0.0 ||
+            CounterClockwise(m.counters, sw, b, a, d) <= 0.0 ||
+            CounterClockwise(m.counters, sw, c, a, d) <= 0.0 ||
             CounterClockwise(m.counters, sw, d, b, c) <= 0.0) {
           continue;
         }
@@ -687,11 +692,11 @@ void RestoreDelaunay(TessMesh& m, const TessSwitches& sw) {
         flipped = true;
       }
     }
-    if (!flipped) return;
+    if (!flipped) return any;
+    any = true;
   }
+  return any;
 }
-
-}  // namespace
 
 void InsertSubsegment(TessMesh& m, const TessSwitches&, TriHandle handle, int32_t mark) {
   TessVertex org = Org(handle);

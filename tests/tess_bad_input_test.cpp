@@ -129,6 +129,27 @@ TEST(TessBadInput, NaNAndInfinityGiveADefinedResultOrTen) {
   }
 }
 
+// A grid scaled by 1/3 (so rounded), with segments meant to run through grid vertices and three
+// more crossing them: the conforming stage's split vertices land a rounding off their
+// subsegments, and one insertion met an inverted triangle in its star, round which its walk
+// circled, queueing encroached subsegments until memory ran out. It must end, valid or with 10,
+// within a few megabytes: the 121 points need well under one (allocations above the cap are
+// refused, so that a regression fails here rather than exhausting the machine).
+TEST(TessBadInput, ConformingSplitsRoundedOffTheirSubsegmentsEnd) {
+  TessCase c = GridWithSegmentsThroughVertices(11);
+  for (const int32_t end : {30, 24, 82, 89, 83, 90}) c.graph.segments.push_back(end);
+  ReportCapture capture;
+  constexpr uint64_t kCap = uint64_t{64} << 20;
+  uint64_t asked = 0;
+  capture.services().allow_allocation = [&](uint32_t bytes, uint32_t) {
+    asked += bytes;
+    return asked < kCap;
+  };
+  const int32_t number = RunAndCheck("VpDz", Transformed(c, 1.0 / 3.0, 0.0));
+  EXPECT_TRUE(number == 0 || number == KLY_kErrTessellation) << number;
+  EXPECT_LT(asked, kCap);
+}
+
 }  // namespace
 }  // namespace testing
 }  // namespace kly

@@ -195,7 +195,12 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
   TessVertex first = Org(horiz);
   TessVertex right = first;
   TessVertex left = Dest(horiz);
-  for (;;) {
+  // A valid star is flipped and walked in fewer steps than twice the triangles: every flip
+  // adds an edge at the vertex. Split vertices rounded off their subsegments can leave an
+  // inverted triangle in the star, round which the walk would circle for ever.
+  const int64_t limit = 2 * static_cast<int64_t>(m.triangles.items) + 8;
+  for (int64_t steps = 0;; steps++) {
+    if (steps > limit) TessFail("Internal error.");
     bool doFlip = true;
     if (m.checkSegments) {
       const SubHandle check = TSPivot(horiz);

@@ -98,22 +98,25 @@ TEST(TessRegression, UnderflowingPointsDoNotCrashHoleCarving) {
 }
 
 // Runs "Qpz" on `in`, which must succeed, and expects the checker to find nothing wrong.
-void ExpectConstrained(const PlanarGraph& in, const std::string& name) {
+// Inputs without a closed boundary leave no domain after the carving: `segmentsInDomain` false.
+void ExpectConstrained(const PlanarGraph& in, const std::string& name,
+                       bool segmentsInDomain = true) {
   Triangulation out;
   ASSERT_NO_THROW(out = RunEngine("Qpz", in)) << name;
   TessExpectation expect;
   expect.kind = TessKind::kConstrained;
-  expect.segments_in_domain = true;
+  expect.segments_in_domain = segmentsInDomain;
   EXPECT_EQ(CheckTriangulation(in, out, expect), std::vector<std::string>{}) << name;
 }
 
-// Integer points scaled by 1e-300, so that each is rounded, with the given segments.
+// Integer points scaled by `scale` (1e-300 unless given), so that each is rounded, with the
+// given segments.
 PlanarGraph RoundedGridPoints(const std::vector<std::pair<int, int>>& points,
-                              std::vector<int32_t> segments) {
+                              std::vector<int32_t> segments, double scale = 1e-300) {
   PlanarGraph in{{}, std::move(segments), {}};
   for (const auto& [x, y] : points) {
-    in.points.push_back(x * 1e-300);
-    in.points.push_back(y * 1e-300);
+    in.points.push_back(x * scale);
+    in.points.push_back(y * scale);
   }
   return in;
 }
@@ -152,6 +155,20 @@ TEST(TessRegression, CrossingWithinARoundingOfAVertexIsPlacedBeforeTheDig) {
       RoundedGridPoints({{0, 0}, {1, 0}, {7, 0}, {5, 2}, {4, 3}, {6, 3}, {7, 3}, {0, 7}, {7, 7}},
                         {0, 2, 2, 8, 8, 7, 7, 0, 7, 2, 1, 6});
   ExpectConstrained(in, "anti-diagonal crossing (1, 0)-(7, 3)");
+}
+
+// Scaled by 7e-5: (1, 0)-(17, 8), of slope 1/2, and the anti-diagonal (0, 17)-(17, 0) cross
+// at (35/3, 16/3). The grid vertices (9, 4) and (11, 5) lie a rounding off the first, whose
+// subsegment from (1, 0) to the crossing passes them and leaves a sliver triangle with apex
+// (11, 5). (11, 3)-(0, 9) crosses that subsegment at (209/23, 93/23), inside the sliver: no
+// representable point on the edge keeps the four triangles of a split turned counterclockwise,
+// and neither end of the edge lies on (11, 3)-(0, 9), so the insertion failed with 10. The
+// crossing now goes in where it lies and the crossed segment is put back through it.
+TEST(TessRegression, CrossingInsideASliverAtTheCrossedSubsegmentGoesInWhereItLies) {
+  const PlanarGraph in = RoundedGridPoints(
+      {{1, 0}, {17, 0}, {11, 3}, {9, 4}, {11, 5}, {12, 5}, {17, 8}, {0, 9}, {0, 17}},
+      {8, 1, 0, 6, 2, 7}, 7e-5);
+  ExpectConstrained(in, "(11, 3)-(0, 9) crossing a sliver", false);
 }
 
 // Segment 0-1 crosses 2-3 near 0; 2-3 and 3-0 meet at 3 at an angle of 1.4e-7 radians, and

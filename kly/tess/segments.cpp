@@ -37,6 +37,8 @@ struct SegmentInserter {
   bool dug = false;
   // Whether each crossing is placed before the dig that reaches it (see PrepareDig).
   bool crossingsFirst = false;
+  // Whether the piece being inserted puts back a crossed segment (see InsertCrossedPiece).
+  bool puttingBackCrossed = false;
   // The ends of the segment being inserted.
   TessVertex segmentStart = nullptr;
   TessVertex segmentEnd = nullptr;
@@ -46,6 +48,7 @@ struct SegmentInserter {
   // segment through an input vertex off its line, or through an added one farther off than a
   // crossing may bend it, would give a wrong result rather than a rounded one.
   bool MayBendThrough(TessVertex w) {
+    if (puttingBackCrossed) return false;
     if (Ccw(segmentStart, segmentEnd, w) == 0.0) return true;
     const double lineX = segmentEnd[0] - segmentStart[0];
     const double lineY = segmentEnd[1] - segmentStart[1];
@@ -82,7 +85,7 @@ struct SegmentInserter {
   // crossing has on the segment being inserted. False when no such place exists.
   bool MoveCrossingOffLine(TriHandle around, const double* other, TessVertex w) {
     TessVertex crossing = Org(around);
-    if (VertexType(m, crossing) != kSegmentVertex) return false;
+    if (puttingBackCrossed || VertexType(m, crossing) != kSegmentVertex) return false;
     const double lineX = segmentEnd[0] - segmentStart[0];
     const double lineY = segmentEnd[1] - segmentStart[1];
     const double length = std::hypot(lineX, lineY);
@@ -132,6 +135,11 @@ struct SegmentInserter {
 
   void RequireMovedOffLine(TriHandle handle, TessVertex target, TessVertex w) {
     if (!MoveWalkEndOffLine(handle, target, w)) TessFail("Internal error.");
+  }
+
+  // A crossed segment that is put back meets no other segment in exact arithmetic.
+  void RequireNotPuttingBack() {
+    if (puttingBackCrossed) TessFail("Internal error.");
   }
 
   void Spend() {
@@ -260,8 +268,9 @@ struct SegmentInserter {
 
   // Where the segment from end1 to `target` crosses the edge of `crossHandle`: true with the
   // point in (x, y), `split` of the way along the edge; false when no point fits (see
-  // FindSplitPoint) and the crossing must go to the nearer end of the edge, its origin when
-  // `toOrg`. Two vertices at one place would leave a zero-length edge and inverted triangles.
+  // FindSplitPoint), with (x, y) the rounded crossing, and the crossing goes to the nearer end
+  // of the edge, its origin when `toOrg`, if the segment may bend through it. Two vertices at
+  // one place would leave a zero-length edge and inverted triangles.
   bool CrossingPoint(TriHandle crossHandle, const double* end1, const double* target, double& x,
                      double& y, double& split, bool& toOrg) {
     TessVertex org = Org(crossHandle);
@@ -279,14 +288,13 @@ struct SegmentInserter {
     y = org[1] + split * (dest[1] - org[1]);
     if (FindSplitPoint(crossHandle, end1, target, split, x, y)) return true;
     toOrg = split < 0.5;
-    RequireOnSegment(toOrg ? org : dest);
     return false;
   }
 
-  // Puts a vertex at (x, y), `split` of the way along the edge of `crossHandle`, and makes the
-  // crossed segment two that end at it. On return `crossHandle` has the vertex as its origin.
-  TessVertex SplitCrossedSegment(TriHandle& crossHandle, SubHandle crossSub, double x, double y,
-                                 double split) {
+  // A new crossing vertex at (x, y), `split` of the way along the edge of `crossHandle`, on the
+  // segment of `crossSub`; not yet in the mesh.
+  TessVertex MakeCrossingVertex(TriHandle crossHandle, SubHandle crossSub, double x, double y,
+                                double split) {
     TessVertex org = Org(crossHandle);
     TessVertex dest = Dest(crossHandle);
     TessVertex vertex = MakeVertex(m);
@@ -296,6 +304,14 @@ struct SegmentInserter {
       vertex[i] = org[i] + split * (dest[i] - org[i]);
     VertexMark(m, vertex) = SubsegMark(crossSub);
     VertexType(m, vertex) = kSegmentVertex;
+    return vertex;
+  }
+
+  // Puts a vertex at (x, y), `split` of the way along the edge of `crossHandle`, and makes the
+  // crossed segment two that end at it. On return `crossHandle` has the vertex as its origin.
+  TessVertex SplitCrossedSegment(TriHandle& crossHandle, SubHandle crossSub, double x, double y,
+                                 double split) {
+    TessVertex vertex = MakeCrossingVertex(crossHandle, crossSub, x, y, split);
     if (InsertVertex(m, sw, vertex, crossHandle, &crossSub, false) != kSuccessfulVertex) {
       TessFail("Internal error.");
     }
@@ -317,18 +333,76 @@ struct SegmentInserter {
     return vertex;
   }
 
+  // Unlinks `sub` from the subsegment of its segment that shares its origin; that one's segment
+  // then ends there.
+  void DetachAtOrigin(SubHandle sub) {
+    SubHandle beyond = SPivot(sub);
+    SDissolve(m, sub);
+    if (beyond.ss == m.dummySubsegment) return;
+    SDissolve(m, beyond);
+    for (; beyond.ss != m.dummySubsegment; beyond = SNext(beyond)) SetSegOrg(beyond, SOrg(sub));
+  }
+
+  // No point on the crossed edge of `crossed` fits and neither of its ends may take the
+  // crossing: a vertex within a rounding of the crossed subsegment leaves a triangle at it too
+  // thin for any representable point. The rounded crossing (x, y) then goes in as an ordinary
+  // vertex where it lies, the crossed subsegment gives way to a plain edge, and the crossed
+  // segment is put back as two pieces through the new vertex, which bend it by the rounding.
+  TessVertex InsertCrossingOffEdge(TriHandle crossed, double x, double y, double split) {
+    TessVertex org = Org(crossed);
+    TessVertex dest = Dest(crossed);
+    const SubHandle crossSub = TSPivot(crossed);
+    const int32_t mark = SubsegMark(crossSub);
+    TessVertex vertex = MakeCrossingVertex(crossed, crossSub, x, y, split);
+    TriHandle search{m.dummyTriangle, 0};
+    if (InsertVertex(m, sw, vertex, search, nullptr, false) != kSuccessfulVertex) {
+      TessFail("Internal error.");
+    }
+    if (m.steinerLeft > 0) m.steinerLeft--;
+    // The subsegment leaves its edge, and the segments on either side of it end at its ends.
+    TSDissolve(m, STPivot(crossSub));
+    const TriHandle otherSide = STPivot(SSym(crossSub));
+    if (otherSide.tri != m.dummyTriangle) TSDissolve(m, otherSide);
+    DetachAtOrigin(crossSub);
+    DetachAtOrigin(SSym(crossSub));
+    KillSubsegment(m, crossSub.ss);
+    // The old edge and those round the vertex were not tested for the Delaunay property.
+    stoppedDigs = true;
+    InsertCrossedPiece(org, vertex, mark);
+    InsertCrossedPiece(vertex, dest, mark);
+    return vertex;
+  }
+
+  // Inserts the piece of a crossed segment from `from` to `to` that InsertCrossingOffEdge puts
+  // back. The piece runs within a rounding of the old subsegment, so nothing stands in its way
+  // in exact arithmetic: a vertex exactly in line or a subsegment across it fails rather than
+  // bending the piece further.
+  void InsertCrossedPiece(TessVertex from, TessVertex to, int32_t mark) {
+    TessVertex start = segmentStart;
+    TessVertex end = segmentEnd;
+    segmentStart = from;
+    segmentEnd = to;
+    puttingBackCrossed = true;
+    InsertPiece(from, to, mark);
+    puttingBackCrossed = false;
+    segmentStart = start;
+    segmentEnd = end;
+  }
+
   // Puts a vertex where the segment from the apex end1 of `crossHandle` to `target` crosses
   // the subsegment on the handle's edge, and makes the piece from end1 to it a subsegment. On
   // return `crossHandle` has the crossing vertex as its origin. A crossing for which no point
   // fits is the nearer end of the crossed edge.
   void SegmentIntersection(TriHandle& crossHandle, SubHandle crossSub, const double* target,
                            int32_t mark) {
+    RequireNotPuttingBack();
     TessVertex end1 = Apex(crossHandle);
     double x = 0.0;
     double y = 0.0;
     double split = 0.0;
     bool toOrg = false;
     if (!CrossingPoint(crossHandle, end1, target, x, y, split, toOrg)) {
+      RequireOnSegment(toOrg ? Org(crossHandle) : Dest(crossHandle));
       if (!toOrg) crossHandle = Lnext(crossHandle);
       InsertSubsegment(m, sw, toOrg ? Lprev(crossHandle) : crossHandle, mark);
       return;
@@ -450,14 +524,18 @@ struct SegmentInserter {
   // stand inside the fan next to the crossing, and the triangle between them ends up
   // inverted. Rounded grids, whose segments cross within a rounding of grid vertices, do this.
   // So the crossing is placed while the mesh is still valid, and the dig ends at it. Returns
-  // the crossing vertex: a new one, or an end of the crossed edge when none fits there.
+  // the crossing vertex: a new one, or an end of the crossed edge when none fits there and the
+  // segment may bend through it, or else one off the edge (see InsertCrossingOffEdge).
   TessVertex PlaceCrossing(TriHandle crossed, const double* end1, const double* end2) {
+    RequireNotPuttingBack();
     double x = 0.0;
     double y = 0.0;
     double split = 0.0;
     bool toOrg = false;
     if (!CrossingPoint(crossed, end1, end2, x, y, split, toOrg)) {
-      return toOrg ? Org(crossed) : Dest(crossed);
+      TessVertex nearer = toOrg ? Org(crossed) : Dest(crossed);
+      if (MayBendThrough(nearer)) return nearer;
+      return InsertCrossingOffEdge(crossed, x, y, split);
     }
     return SplitCrossedSegment(crossed, TSPivot(crossed), x, y, split);
   }

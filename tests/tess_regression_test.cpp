@@ -171,6 +171,18 @@ TEST(TessRegression, CrossingInsideASliverAtTheCrossedSubsegmentGoesInWhereItLie
   ExpectConstrained(in, "(11, 3)-(0, 9) crossing a sliver", false);
 }
 
+// Scaled by 7e-5: (1, 0)-(15, 7), of slope 1/2, passes (11, 5) and (13, 6) within a rounding
+// and leaves sliver triangles there; (15, 13)-(11, 4) crosses it at (81/7, 37/7), inside one.
+// The crossing goes in where it lies (see above), but from the rounded crossing point the
+// piece put back towards (1, 0) or (15, 7) was exactly in line with a vertex beside the crossed
+// edge, which it may not pass through (10). A neighbour one unit in the last place away is
+// taken instead.
+TEST(TessRegression, CrossingOffTheEdgeKeepsThePutBackPiecesOutOfLine) {
+  const PlanarGraph in =
+      RoundedGridPoints({{1, 0}, {11, 4}, {11, 5}, {13, 6}, {15, 7}, {15, 13}}, {0, 4, 5, 1}, 7e-5);
+  ExpectConstrained(in, "(15, 13)-(11, 4) crossing a sliver", false);
+}
+
 // Segment 0-1 crosses 2-3 near 0; 2-3 and 3-0 meet at 3 at an angle of 1.4e-7 radians, and
 // their other ends (0 and the crossing vertex) lie 0.016 apart. The conforming splits were
 // measured on shells round the nearer end of each subsegment, 0 for one segment and the

@@ -353,6 +353,7 @@ struct SegmentInserter {
     TessVertex dest = Dest(crossed);
     const SubHandle crossSub = TSPivot(crossed);
     const int32_t mark = SubsegMark(crossSub);
+    AvoidLineUps(crossed, x, y);
     TessVertex vertex = MakeCrossingVertex(crossed, crossSub, x, y, split);
     TriHandle search{m.dummyTriangle, 0};
     if (InsertVertex(m, sw, vertex, search, nullptr, false) != kSuccessfulVertex) {
@@ -371,6 +372,31 @@ struct SegmentInserter {
     InsertCrossedPiece(org, vertex, mark);
     InsertCrossedPiece(vertex, dest, mark);
     return vertex;
+  }
+
+  // Of (x, y) and its neighbours one unit in the last place away, takes the first from which
+  // neither piece of the crossed segment to be put back lies exactly in line with a vertex
+  // beside the crossed edge (the apexes of its triangles, within a rounding of it when the
+  // edge has no room): the piece could not pass that vertex. Keeps (x, y) when none is clear.
+  void AvoidLineUps(TriHandle crossed, double& x, double& y) {
+    TessVertex org = Org(crossed);
+    TessVertex dest = Dest(crossed);
+    const TriHandle across = Sym(crossed);
+    TessVertex sides[2] = {Apex(crossed), across.tri == m.dummyTriangle ? nullptr : Apex(across)};
+    const double xs[3] = {x, std::nextafter(x, -HUGE_VAL), std::nextafter(x, HUGE_VAL)};
+    const double ys[3] = {y, std::nextafter(y, -HUGE_VAL), std::nextafter(y, HUGE_VAL)};
+    for (const double cx : xs) {
+      for (const double cy : ys) {
+        const double p[2] = {cx, cy};
+        bool clear = true;
+        for (TessVertex w : sides)
+          clear = clear && (w == nullptr || (Ccw(org, p, w) != 0.0 && Ccw(p, dest, w) != 0.0));
+        if (!clear) continue;
+        x = cx;
+        y = cy;
+        return;
+      }
+    }
   }
 
   // Inserts the piece of a crossed segment from `from` to `to` that InsertCrossingOffEdge puts

@@ -221,6 +221,18 @@ TEST(TessRegression, ConformingSplitsOffTheirSubsegmentsStayDelaunay) {
   EXPECT_EQ(RunAndCheck("VpDz", c), 0);
 }
 
+// The 4 x 4 grid scaled by 1/3 (rounded), with its anti-diagonal x + y = 3 and two segments
+// along parts of it, (1, 2)-(3, 0) and (1, 2)-(2, 1). The slope-1/2 segment crosses the
+// anti-diagonal at (7/3, 2/3), beyond (2, 1); inserting (1, 2)-(2, 1) along the anti-diagonal's
+// pieces met that crossing vertex within a rounding of its line and bent through it: the
+// segment ran out past (2, 1) and folded back, and the output lacked its last piece.
+TEST(TessRegression, SegmentBendsOnlyThroughVerticesBetweenItsEnds) {
+  TessCase c = GridWithSegmentsThroughVertices(4);
+  // Vertex numbers are y * 4 + x.
+  for (const int32_t end : {15, 12, 9, 3, 14, 15, 9, 6}) c.graph.segments.push_back(end);
+  EXPECT_EQ(RunAndCheck("Qpz", Transformed(c, 1.0 / 3.0, 0.0)), 0);
+}
+
 }  // namespace
 }  // namespace testing
 }  // namespace kly

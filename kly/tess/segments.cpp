@@ -49,9 +49,15 @@ struct SegmentInserter {
   // crossing may bend it, would give a wrong result rather than a rounded one.
   bool MayBendThrough(TessVertex w) {
     if (puttingBackCrossed) return false;
-    if (Ccw(segmentStart, segmentEnd, w) == 0.0) return true;
     const double lineX = segmentEnd[0] - segmentStart[0];
     const double lineY = segmentEnd[1] - segmentStart[1];
+    // Only a vertex between the ends, give or take a rounding: one on the line farther beyond
+    // an end would make the segment run out past that end and fold back.
+    const double squaredLength = lineX * lineX + lineY * lineY;
+    const double along = (w[0] - segmentStart[0]) * lineX + (w[1] - segmentStart[1]) * lineY;
+    const double slack = kCrossingSlack * squaredLength;
+    if (!(along > -slack && along < squaredLength + slack)) return false;
+    if (Ccw(segmentStart, segmentEnd, w) == 0.0) return true;
     const double off =
         std::fabs(lineX * (w[1] - segmentStart[1]) - lineY * (w[0] - segmentStart[0]));
     return VertexType(m, w) == kSegmentVertex &&

@@ -133,12 +133,14 @@ class RatioReporter : public benchmark::ConsoleReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-      const std::string name = run.benchmark_name();
+      // Single runs, or the median of repetitions, which comes after them.
+      const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
+      if ((run.run_type != Run::RT_Iteration && !median) || run.error_occurred) continue;
+      const std::string name = run.run_name.str();
       for (const char* side : {"BM_Engine", "BM_Cgal"}) {
         const std::string prefix = side;
         if (name.compare(0, prefix.size(), prefix) != 0) continue;
-        // The last repetition of a name wins.
+        // The last run of a name wins.
         seconds_[prefix == "BM_Engine"][name.substr(prefix.size())] = run.GetAdjustedCPUTime();
       }
     }

@@ -567,9 +567,8 @@ int32_t DivideAndConquerDelaunay(TessMesh& m, const TessSwitches& sw) {
   // The radix sorts' spare room, then the y entries, then the recursion's vertex order.
   SortEntry* spare = nullptr;
   RankPair* ranks = nullptr;
-  int32_t code = 0;
   TriHandle farLeft{}, farRight{};
-  try {
+  const int32_t code = TessFailureCode([&] {
     spare = static_cast<SortEntry*>(TessAllocArray(kSiteSortArray, count, sizeof(SortEntry)));
     TraversalInit(m.vertices);
     for (uint32_t i = 0; i < count; i++) {
@@ -633,13 +632,7 @@ int32_t DivideAndConquerDelaunay(TessMesh& m, const TessSwitches& sw) {
     Merger merger{m, sw, order.records, onCopies ? order.coordinates : nullptr};
     merger.Recurse(0, n, 0, farLeft, farRight);
     if (onCopies) PointCornersAtRecords(m, order);
-  } catch (const TriangleFailure&) {
-    code = 10;
-  } catch (int32_t number) {
-    code = number;
-  } catch (const std::exception& e) {
-    code = NUT_TranslateAndReportException(e);
-  }
+  });
   TessFree(entries);
   TessFree(spare);
   TessFree(ranks);

@@ -365,9 +365,8 @@ int32_t SweepDelaunay(TessMesh& m, const TessSwitches& sw) {
   SweepEvent* heap = static_cast<SweepEvent*>(
       TessAllocArray(kSiteEventHeap, count + entryCount, sizeof(SweepEvent)));
   FrontEntry* entries = nullptr;
-  int32_t code = 0;
   TriHandle startGhost{};
-  try {
+  const int32_t code = TessFailureCode([&] {
     entries = static_cast<FrontEntry*>(TessAllocArray(kSiteEvents, entryCount, sizeof(FrontEntry)));
     TraversalInit(m.vertices);
     for (uint32_t i = 0; i < count; i++) {
@@ -376,13 +375,7 @@ int32_t SweepDelaunay(TessMesh& m, const TessSwitches& sw) {
     }
     Sweeper sweeper(m, sw, heap, entries);
     startGhost = sweeper.Run(static_cast<int32_t>(count));
-  } catch (const TriangleFailure&) {
-    code = 10;
-  } catch (int32_t number) {
-    code = number;
-  } catch (const std::exception& e) {
-    code = NUT_TranslateAndReportException(e);
-  }
+  });
   TessFree(entries);
   TessFree(heap);
   if (code != 0) throw code;

@@ -7,6 +7,10 @@
 
 #include <atomic>
 #include <cstdint>
+#include <exception>
+
+#include "kly/host/nut.h"
+#include "kly/tess/triangulate.h"
 
 // Live engine allocations: raised by every TessAlloc, lowered by every free. Nothing reads it
 // for a decision; it may end below its true value after a failure (the dummies' teardown
@@ -31,4 +35,21 @@ void TessFree(void* block);
 // negative limit fails at once.
 inline void TessCheckTriangleLimit(int32_t triangleLimit, int32_t liveTriangles) {
   if (triangleLimit != 0 && triangleLimit < liveTriangles) TessFail("Max Triangle Count exceeded");
+}
+
+// Runs `body` and returns 0, or the number its failure stands for: 10 for the engine's own
+// failures, a thrown int32_t as it is, and a host exception translated (and reported). The
+// stages that hold scratch arrays free them after this and then rethrow a non-zero number.
+template <class Body>
+int32_t TessFailureCode(Body body) {
+  try {
+    body();
+  } catch (const TriangleFailure&) {
+    return 10;
+  } catch (int32_t number) {
+    return number;
+  } catch (const std::exception& e) {
+    return NUT_TranslateAndReportException(e);
+  }
+  return 0;
 }

@@ -256,16 +256,8 @@ void CarveHoles(TessMesh& m, const TessSwitches& sw, const double* holes, int32_
     regionTriangles = static_cast<TriHandle*>(
         TessAllocArray(kSiteRegionTable, static_cast<uint32_t>(regionCount), sizeof(TriHandle)));
   }
-  int32_t code = 0;
-  try {
-    Carve(m, sw, holes, holeCount, regions, regionCount, regionTriangles);
-  } catch (const TriangleFailure&) {
-    code = 10;
-  } catch (int32_t number) {
-    code = number;
-  } catch (const std::exception& e) {
-    code = NUT_TranslateAndReportException(e);
-  }
+  const int32_t code = TessFailureCode(
+      [&] { Carve(m, sw, holes, holeCount, regions, regionCount, regionTriangles); });
   TessFree(regionTriangles);
   if (code != 0) throw code;
 }

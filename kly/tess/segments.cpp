@@ -923,8 +923,7 @@ void InsertSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments
   int32_t* ends = nullptr;
   int32_t* buckets = nullptr;
   int32_t* order = nullptr;
-  int32_t code = 0;
-  try {
+  const int32_t code = TessFailureCode([&] {
     const uint32_t n = static_cast<uint32_t>(count);
     plan = static_cast<int64_t*>(TessAllocArray(kSiteSegmentPlan, n, sizeof(int64_t)));
     ends = static_cast<int32_t*>(TessAllocArray(kSiteSegmentEnds, n, 2 * sizeof(int32_t)));
@@ -954,13 +953,7 @@ void InsertSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments
     // triangle inverted; that mesh is refused rather than returned.
     if (inserter.dug) RequireValidOrientation(m, sw);
     if (inserter.stoppedDigs) RestoreDelaunay(m, sw);
-  } catch (const TriangleFailure&) {
-    code = 10;
-  } catch (int32_t number) {
-    code = number;
-  } catch (const std::exception& e) {
-    code = NUT_TranslateAndReportException(e);
-  }
+  });
   TessFree(order);
   TessFree(buckets);
   TessFree(ends);

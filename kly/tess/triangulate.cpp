@@ -265,17 +265,13 @@ int32_t TriangulateOnce(const char* switchText, TessRecord* in, TessRecord* out,
   TessSwitches sw;
   int32_t code = 0;
   try {
-    if (in == nullptr || out == nullptr) TessFail("Input and output records are required.");
-    Run(m, sw, switchText, *in, *out, vorout, crossingsFirst);
+    code = TessFailureCode([&] {
+      if (in == nullptr || out == nullptr) TessFail("Input and output records are required.");
+      Run(m, sw, switchText, *in, *out, vorout, crossingsFirst);
+    });
   } catch (const RetryWithCrossingsFirst&) {
     retry = true;
     code = 10;
-  } catch (const TriangleFailure&) {
-    code = 10;
-  } catch (int32_t number) {
-    code = number;
-  } catch (const std::exception& e) {
-    code = NUT_TranslateAndReportException(e);
   }
   MeshTearDown(m);
   return code;

@@ -75,40 +75,42 @@ inline void AddSquareHoles(Graph& g, double radius, int32_t holes) {
   }
 }
 
-// A jagged star of `outer` vertices on integer coordinates, each at a random radius between
-// 0.6 and 1 of 2^20, with `holes` square holes. Consecutive vertices are ~60 units apart
-// round the centre but up to 400,000 apart radially, so each outline segment crosses about a
-// dozen Delaunay edges: a stress case for segment insertion (some 1.3 million flips).
-inline Graph PolygonWithSquareHoles(int32_t outer, int32_t holes) {
-  const double radius = 1048576.0;
+constexpr double kOutlineRadius = 1048576.0;
+
+// A closed outline of `outer` vertices round the origin on integer coordinates, at angles
+// jittered within their share of the turn and at the radius `radiusAt(angle, random)` gives,
+// with `holes` square holes inside.
+template <class RadiusAt>
+Graph OutlineWithSquareHoles(int32_t outer, int32_t holes, uint64_t seed, RadiusAt radiusAt) {
   Graph g;
-  Random random(7);
+  Random random(seed);
   for (int32_t i = 0; i < outer; ++i) {
     const double angle = 2 * kPi * (i + 0.25 + 0.5 * random.Uniform()) / outer;
-    const double r = radius * (0.6 + 0.4 * random.Uniform());
+    const double r = radiusAt(angle, random);
     AddPoint(g, std::round(r * std::cos(angle)), std::round(r * std::sin(angle)));
   }
   AddLoop(g, 0, outer);
-  AddSquareHoles(g, radius, holes);
+  AddSquareHoles(g, kOutlineRadius, holes);
   return g;
 }
 
-// A five-lobed outline of `outer` vertices on integer coordinates (radius 0.9 +- 0.05 of
-// 2^20, each vertex jittered by a few units, less than the ~60 units between neighbours),
-// with `holes` square holes: the shape of a real outline, whose segments are mostly Delaunay
-// edges already.
+// A jagged star: each vertex at a random radius between 0.6 and 1 of 2^20. Consecutive
+// vertices are ~60 units apart round the centre but up to 400,000 apart radially, so each
+// outline segment crosses about a dozen Delaunay edges: a stress case for segment insertion
+// (some 1.3 million flips).
+inline Graph PolygonWithSquareHoles(int32_t outer, int32_t holes) {
+  return OutlineWithSquareHoles(outer, holes, 7, [](double, Random& random) {
+    return kOutlineRadius * (0.6 + 0.4 * random.Uniform());
+  });
+}
+
+// A five-lobed outline (radius 0.9 +- 0.05 of 2^20, each vertex jittered by a few units, less
+// than the ~60 units between neighbours): the shape of a real outline, whose segments are
+// mostly Delaunay edges already.
 inline Graph LobedPolygonWithSquareHoles(int32_t outer, int32_t holes) {
-  const double radius = 1048576.0;
-  Graph g;
-  Random random(11);
-  for (int32_t i = 0; i < outer; ++i) {
-    const double angle = 2 * kPi * (i + 0.25 + 0.5 * random.Uniform()) / outer;
-    const double r = radius * (0.9 + 0.05 * std::sin(5 * angle)) + 8 * (random.Uniform() - 0.5);
-    AddPoint(g, std::round(r * std::cos(angle)), std::round(r * std::sin(angle)));
-  }
-  AddLoop(g, 0, outer);
-  AddSquareHoles(g, radius, holes);
-  return g;
+  return OutlineWithSquareHoles(outer, holes, 11, [](double angle, Random& random) {
+    return kOutlineRadius * (0.9 + 0.05 * std::sin(5 * angle)) + 8 * (random.Uniform() - 0.5);
+  });
 }
 
 // A closed star of `vertices` points alternating between two radii.

@@ -194,14 +194,21 @@ struct Sweeper {
   // breakpoint only when the row is a single edge rising from the lowest vertex.
   TriHandle firstRowUp{}, firstRowDown{}, rowUp{}, rowDown{};
 
+  // Two new triangles bonded along the edge from `from` to `to`: `up` holds it that way round,
+  // `down` the other; their apexes are left for the caller.
+  void MakeEdgePair(TessVertex from, TessVertex to, TriHandle& up, TriHandle& down) {
+    up = MakeTriangle(m, sw);
+    down = MakeTriangle(m, sw);
+    SetOrg(up, from);
+    SetDest(up, to);
+    SetOrg(down, to);
+    SetDest(down, from);
+    Bond(up, down);
+  }
+
   void AddRowEdge(TessVertex from, TessVertex to) {
-    const TriHandle newUp = MakeTriangle(m, sw);
-    const TriHandle newDown = MakeTriangle(m, sw);
-    SetOrg(newUp, from);
-    SetDest(newUp, to);
-    SetOrg(newDown, to);
-    SetDest(newDown, from);
-    Bond(newUp, newDown);
+    TriHandle newUp, newDown;
+    MakeEdgePair(from, to, newUp, newDown);
     int32_t previous = kNoEntry;
     if (firstRowUp.tri == nullptr) {
       firstRowUp = newUp;
@@ -236,13 +243,8 @@ struct Sweeper {
     Cancel(beforeEntry);
     // The arc of s splits into s, v, s: the edge s-v with a ghost on each side.
     TessVertex s = Dest(before);
-    const TriHandle up = MakeTriangle(m, sw);
-    const TriHandle down = MakeTriangle(m, sw);
-    SetOrg(up, s);
-    SetDest(up, v);
-    SetOrg(down, v);
-    SetDest(down, s);
-    Bond(up, down);
+    TriHandle up, down;
+    MakeEdgePair(s, v, up, down);
     Bond(Lnext(up), Lprev(down));
     Bond(Lprev(up), Lnext(before));
     Bond(Lnext(down), Lprev(after));

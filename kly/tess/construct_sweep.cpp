@@ -6,14 +6,17 @@
 // ghosts form a ring exactly as in the divide and conquer, so the ring left at the end is the
 // convex hull and RemoveGhosts finishes the job.
 //
-// Events come from one binary heap keyed by (y, x): a vertex event splits the arc above the
-// vertex and adds an edge with a ghost on each side; a circle event fires at the top of the
-// circle through three consecutive arcs' vertices, when the middle arc shrinks to nothing:
-// the left ghost becomes the real triangle and the right ghost the new front edge.
+// Events come in (y, x) order: a vertex event splits the arc above the vertex and adds an edge
+// with a ghost on each side; a circle event fires at the top of the circle through three
+// consecutive arcs' vertices, when the middle arc shrinks to nothing: the left ghost becomes
+// the real triangle and the right ghost the new front edge. The vertex events are sorted once;
+// the circle events, never more than the front's entries, wait in a binary heap small enough
+// to stay in cache.
 //
 // The breakpoints are ordered left to right in a splay tree (sweep_splay.cpp), searched with
 // an exact test. Every front ghost owns one front entry (its tree node and the circle event
 // of the arc that follows its destination), named by the ghost's apex word.
+#include <algorithm>
 #include <cmath>
 #include <exception>
 
@@ -27,9 +30,10 @@ namespace {
 
 constexpr uint16_t kSiteEventHeap = 0x0A;
 constexpr uint16_t kSiteEvents = 0x0B;
+constexpr int32_t kVertexLookahead = 8;
 
-// An event of the heap, with its key: a vertex, or the circle event of a front entry, whose
-// number is held tagged in the low bit, which no vertex address has.
+// An event with its key: a vertex, or the circle event of a front entry, whose number is held
+// tagged in the low bit, which no vertex address has.
 struct SweepEvent {
   double y, x;  // the vertex, or the top of the circle
   TessWord item;
@@ -54,18 +58,27 @@ inline TriHandle PreviousGhost(TriHandle ghost) {
 struct Sweeper {
   TessMesh& m;
   const TessSwitches& sw;
-  SweepEvent* heap;
+  const SweepEvent* vertexEvents;  // sorted by Before
+  int32_t vertexCount;
+  int32_t nextVertex = 0;  // the first vertex event not yet taken
+  SweepEvent* heap;        // the circle events
   FrontEntry* entries;
   int32_t heapSize = 0;
   FrontTree tree;
   int32_t freeEntries = kNoEntry;  // a stack of released front entries, linked through `left`
   int32_t nextEntry = 0;           // the first front entry never used
 
-  Sweeper(TessMesh& mesh, const TessSwitches& switches, SweepEvent* heapArray,
-          FrontEntry* entryArray)
-      : m(mesh), sw(switches), heap(heapArray), entries(entryArray), tree(entryArray) {}
+  Sweeper(TessMesh& mesh, const TessSwitches& switches, const SweepEvent* sortedVertices,
+          int32_t count, SweepEvent* heapArray, FrontEntry* entryArray)
+      : m(mesh),
+        sw(switches),
+        vertexEvents(sortedVertices),
+        vertexCount(count),
+        heap(heapArray),
+        entries(entryArray),
+        tree(entryArray) {}
 
-  // ---- The event heap ----
+  // ---- The events ----
 
   static bool Before(const SweepEvent& a, const SweepEvent& b) {
     if (a.y != b.y) return a.y < b.y;
@@ -75,7 +88,7 @@ struct Sweeper {
   }
   void Place(int32_t pos, const SweepEvent& event) {
     heap[pos] = event;
-    if (IsCircleEvent(event)) entries[CircleEntry(event)].heapPos = pos;
+    entries[CircleEntry(event)].heapPos = pos;
   }
   void SiftUp(int32_t pos) {
     const SweepEvent event = heap[pos];
@@ -99,25 +112,33 @@ struct Sweeper {
     }
     Place(pos, event);
   }
-  // The vertex events, already in the array: a heap in linear time.
-  void Heapify(int32_t count) {
-    heapSize = count;
-    for (int32_t pos = count / 2 - 1; pos >= 0; pos--) SiftDown(pos);
-  }
   void Push(const SweepEvent& event) {
     heapSize++;
     Place(heapSize - 1, event);
     SiftUp(heapSize - 1);
   }
-  SweepEvent Pop() {
+  SweepEvent PopCircle() {
     const SweepEvent top = heap[0];
-    if (IsCircleEvent(top)) entries[CircleEntry(top)].heapPos = kNoEntry;
+    entries[CircleEntry(top)].heapPos = kNoEntry;
     heapSize--;
     if (heapSize > 0) {
       Place(0, heap[heapSize]);
       SiftDown(0);
     }
     return top;
+  }
+  bool HasEvents() const { return heapSize > 0 || nextVertex < vertexCount; }
+  // The next event: the earlier of the heap's top and the next vertex.
+  SweepEvent Pop() {
+    if (nextVertex < vertexCount && (heapSize == 0 || !Before(heap[0], vertexEvents[nextVertex]))) {
+      // The records lie in input order, scattered along the sweep: fetch a few events ahead.
+      if (nextVertex + kVertexLookahead < vertexCount) {
+        __builtin_prefetch(
+            reinterpret_cast<const void*>(vertexEvents[nextVertex + kVertexLookahead].item));
+      }
+      return vertexEvents[nextVertex++];
+    }
+    return PopCircle();
   }
   // Cancels the entry's circle event, if it has one.
   void Cancel(int32_t entry) {
@@ -288,21 +309,20 @@ struct Sweeper {
   }
 
   // Returns a ghost of the final ring: Lnext of its front edge, as RemoveGhosts takes it.
-  TriHandle Run(int32_t vertexCount) {
-    Heapify(vertexCount);
+  TriHandle Run() {
     TessVertex first = reinterpret_cast<TessVertex>(Pop().item);
     TessVertex last = first;
-    while (heapSize > 0) {
-      TessVertex v = reinterpret_cast<TessVertex>(heap[0].item);
+    while (nextVertex < vertexCount) {
+      TessVertex v = reinterpret_cast<TessVertex>(vertexEvents[nextVertex].item);
       if (last != first && v[1] != first[1]) break;
-      Pop();
+      nextVertex++;
       if (IsDuplicate(v, last)) continue;
       AddRowEdge(last, v);
       last = v;
     }
     if (last == first) TessFail("Input vertices are all identical.");
     CloseRow(last[1] != first[1]);
-    while (heapSize > 0) {
+    while (HasEvents()) {
       const SweepEvent event = Pop();
       if (IsCircleEvent(event)) {
         CircleEvent(CircleEntry(event));
@@ -362,9 +382,10 @@ void FlipToDelaunay(TessMesh& m, const TessSwitches& sw) {
 
 int32_t SweepDelaunay(TessMesh& m, const TessSwitches& sw) {
   const uint32_t count = static_cast<uint32_t>(m.inVertices);
-  // Each vertex adds at most two ghosts, and each ghost has at most one circle event.
+  // Each vertex adds at most two ghosts, and each ghost has at most one circle event. One
+  // block holds the sorted vertex events and, after them, the heap of circle events.
   const uint32_t entryCount = 2 * count + 2;
-  SweepEvent* heap = static_cast<SweepEvent*>(
+  SweepEvent* events = static_cast<SweepEvent*>(
       TessAllocArray(kSiteEventHeap, count + entryCount, sizeof(SweepEvent)));
   FrontEntry* entries = nullptr;
   TriHandle startGhost{};
@@ -373,13 +394,15 @@ int32_t SweepDelaunay(TessMesh& m, const TessSwitches& sw) {
     TraversalInit(m.vertices);
     for (uint32_t i = 0; i < count; i++) {
       TessVertex v = VertexTraverse(m);
-      heap[i] = SweepEvent{v[1], v[0], reinterpret_cast<TessWord>(v)};
+      events[i] = SweepEvent{v[1], v[0], reinterpret_cast<TessWord>(v)};
     }
-    Sweeper sweeper(m, sw, heap, entries);
-    startGhost = sweeper.Run(static_cast<int32_t>(count));
+    // Only the keys are compared, so duplicates keep an order that depends on the input alone.
+    std::sort(events, events + count, Sweeper::Before);
+    Sweeper sweeper(m, sw, events, static_cast<int32_t>(count), events + count, entries);
+    startGhost = sweeper.Run();
   });
   TessFree(entries);
-  TessFree(heap);
+  TessFree(events);
   if (code != 0) throw code;
   FlipToDelaunay(m, sw);
   return RemoveGhosts(m, sw, startGhost);

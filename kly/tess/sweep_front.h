@@ -38,4 +38,5 @@ struct FrontTree {
 
  private:
   void Rotate(int32_t x);
+  void ReplaceChild(int32_t node, int32_t child);
 };

@@ -111,6 +111,8 @@ int32_t FrontTree::Leftmost(int32_t node) const {
   while (entries[node].left != kNoEntry) node = entries[node].left;
   return node;
 }
+// Without splaying: the predecessor is mostly the node the last search splayed to the root, so
+// the new leaf hangs close to it.
 void FrontTree::InsertAfter(int32_t predecessor, int32_t entry) {
   FrontEntry& e = entries[entry];
   e.left = e.right = kNoEntry;
@@ -127,26 +129,42 @@ void FrontTree::InsertAfter(int32_t predecessor, int32_t entry) {
     entries[below].left = entry;
     e.parent = below;
   }
-  Splay(entry);
 }
+// Replaces `node` by `child` (or nothing) under node's parent.
+void FrontTree::ReplaceChild(int32_t node, int32_t child) {
+  const int32_t parent = entries[node].parent;
+  if (child != kNoEntry) entries[child].parent = parent;
+  if (parent == kNoEntry) {
+    root = child;
+  } else if (entries[parent].left == node) {
+    entries[parent].left = child;
+  } else {
+    entries[parent].right = child;
+  }
+}
+// A plain unlinking, without splaying: searches splay the tree often enough, and a deletion
+// has no locality to exploit.
 void FrontTree::Delete(int32_t entry) {
   if (entries[entry].parent == kOutsideTree) return;
-  Splay(entry);
-  const int32_t left = entries[entry].left;
-  const int32_t right = entries[entry].right;
-  if (left == kNoEntry) {
-    root = right;
-    if (right != kNoEntry) entries[right].parent = kNoEntry;
+  FrontEntry& e = entries[entry];
+  if (e.left == kNoEntry) {
+    ReplaceChild(entry, e.right);
+  } else if (e.right == kNoEntry) {
+    ReplaceChild(entry, e.left);
   } else {
-    entries[left].parent = kNoEntry;
-    root = left;
-    int32_t last = left;
+    // The predecessor, the rightmost of the left subtree, takes the entry's place.
+    int32_t last = e.left;
     while (entries[last].right != kNoEntry) last = entries[last].right;
-    Splay(last);
-    entries[last].right = right;
-    if (right != kNoEntry) entries[right].parent = last;
+    if (last != e.left) {
+      ReplaceChild(last, entries[last].left);
+      entries[last].left = e.left;
+      entries[e.left].parent = last;
+    }
+    entries[last].right = e.right;
+    entries[e.right].parent = last;
+    ReplaceChild(entry, last);
   }
-  entries[entry].parent = kOutsideTree;
+  e.parent = kOutsideTree;
 }
 int32_t FrontTree::Search(const double* v) {
   int32_t node = root, last = kNoEntry, found = kNoEntry;

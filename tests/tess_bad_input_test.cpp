@@ -150,6 +150,27 @@ TEST(TessBadInput, ConformingSplitsRoundedOffTheirSubsegmentsEnd) {
   EXPECT_LT(asked, kCap);
 }
 
+// Reduced from a fuzzer input. (4, 4)-(0, 3) and (93, 25)-(0, 3) meet at (0, 3) at 0.013
+// radians and (2, 4)-(-10, -11) crosses both near it. The splits close in on (0, 3) until the
+// two segments lie within a rounding of y = 3 and a subsegment is one unit in the last place
+// of 3 long; its split vertices then round to the y of one end and pile up a rounding apart,
+// each insertion flipping a fan of edges to all the others. Those splits went on until the
+// bound of 256 n + 2^16 refused them, asking 17 MB on the way; the first split that leaves a
+// part as long as its subsegment is refused now, well within the cap.
+TEST(TessBadInput, ConformingSplitsAtThePrecisionOfTheCoordinatesAreRefusedAtOnce) {
+  const std::vector<double> points = {93, 25, 0, 3, 2, 4, 2, 50, -10, -11, 15, 20, -26, -10, 4, 4};
+  const std::vector<int32_t> segments = {3, 4, 6, 2, 3, 0, 2, 4, 5, 6, 7, 1, 0, 1};
+  ReportCapture capture;
+  constexpr uint64_t kCap = uint64_t{4} << 20;
+  uint64_t asked = 0;
+  capture.services().allow_allocation = [&](uint32_t bytes, uint32_t) {
+    asked += bytes;
+    return asked < kCap;
+  };
+  EXPECT_EQ(CallRaw("VpDz", points, segments), KLY_kErrTessellation);
+  EXPECT_LT(asked, kCap);
+}
+
 }  // namespace
 }  // namespace testing
 }  // namespace kly

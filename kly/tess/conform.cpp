@@ -150,6 +150,26 @@ double SplitFraction(const TessMesh& m, SubHandle current, TessVertex org, TessV
   return acuteDest ? 1.0 - split : split;
 }
 
+// The larger of a span's extents along the two axes; unlike squared lengths, differences of
+// doubles do not underflow to zero.
+inline double Extent(const double* a, const double* b) {
+  return std::max(std::fabs(a[0] - b[0]), std::fabs(a[1] - b[1]));
+}
+
+// Whether the split vertex leaves a part longer than 7/8 of the subsegment. The fractions
+// SplitFraction picks leave at most 3/4, so only the rounding of the vertex's coordinates can:
+// the subsegment is then a few units in the last place long along its extent's axis. This is
+// where splits closing in on a vertex where segments meet at a small angle end up: the
+// segments lie within a rounding of each other, every split there leaves such a part, the
+// split vertices pile up a rounding apart and each insertion among them flips a fan of edges
+// to all the others. The splits make no progress and grow costlier with their number.
+// Comparisons with NaN are false: non-finite coordinates are not this function's business.
+bool LeavesLongPart(const double* org, const double* dest, const double* vertex) {
+  constexpr double kLongestPart = 7.0 / 8.0;
+  const double longest = kLongestPart * Extent(org, dest);
+  return Extent(org, vertex) > longest || Extent(vertex, dest) > longest;
+}
+
 // Splits the subsegment; returns whether the new vertex lies off it (see EnforceQuality).
 bool SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
   TessVertex org = SOrg(current);
@@ -175,6 +195,7 @@ bool SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
   VertexMark(m, vertex) = SubsegMark(current);
   VertexType(m, vertex) = kSegmentVertex;
   if (SamePoint(vertex, org) || SamePoint(vertex, dest)) TessFail("Precision error.");
+  if (LeavesLongPart(org, dest, vertex)) TessFail(kSplitsDoNotEnd);
   const InsertResult result = InsertVertex(m, sw, vertex, encroached, &current, true);
   if (result != kSuccessfulVertex && result != kEncroachingVertex) TessFail("Internal error.");
   if (m.steinerLeft > 0) m.steinerLeft--;
@@ -187,10 +208,10 @@ bool SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
 // as the inverse of the angle before the splits reach the precision of the coordinates:
 // millions of vertices for an outline that crosses itself almost in parallel. The stage gives
 // up long before that. The bound is far above what a reasonable outline needs (a circle of n
-// points gains none; an acute corner some tens a shell). Splits crowding round one vertex
-// cost time growing with their number: a few points whose segments meet at tiny angles took
-// 25 s to reach a bound of 2^18 splits beyond the vertices' share, and take 0.9 s at 2^16,
-// which still admits thirty-odd random segments crossing each other.
+// points gains none; an acute corner some tens a shell). 2^16 splits beyond the vertices'
+// share still admit thirty-odd random segments crossing each other. Splits that reach the
+// precision of the coordinates, where their cost grows with their number, are refused as soon
+// as one leaves a long part (LeavesLongPart).
 constexpr int64_t kSplitsPerVertex = 256;
 constexpr int64_t kSplitsBeyondVertices = 1 << 16;
 

@@ -17,33 +17,71 @@
 // an exact test. Every front ghost owns one front entry (its tree node and the circle event
 // of the arc that follows its destination), named by the ghost's apex word.
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <exception>
 
 #include "kly/host/nut.h"
 #include "kly/tess/construction.h"
+#include "kly/tess/exact_arithmetic.h"
 #include "kly/tess/failure.h"
 #include "kly/tess/sweep_front.h"
 #include "kly/tess/triangulate.h"
 
 namespace {
 
-constexpr uint16_t kSiteEventHeap = 0x0A;
+constexpr uint16_t kSiteVertexEvents = 0x0A;
 constexpr uint16_t kSiteEvents = 0x0B;
+constexpr uint16_t kSiteCircleEvents = 0x0C;
 constexpr int32_t kVertexLookahead = 8;
 
-// An event with its key: a vertex, or the circle event of a front entry, whose number is held
-// tagged in the low bit, which no vertex address has.
-struct SweepEvent {
-  double y, x;  // the vertex, or the top of the circle
-  TessWord item;
+struct VertexEvent {
+  double y, x;
+  TessVertex vertex;
 };
 
-inline bool IsCircleEvent(const SweepEvent& e) {
-  return (e.item & 1) != 0;
+// The circle event of a front entry's arc, at the top of the circle through the vertices of
+// three consecutive arcs, kept as a vertex a plus the offset of the top from it. Summed, the
+// top of a nearly flat circle rounds to the height of its vertices: it would come before a
+// vertex on that row that lies left of the circle's centre, and the sweep would lose the
+// vertex. Kept apart, the key is compared exactly (CompareSums), so that only the error of
+// the offset itself, relative to its own size, remains.
+struct CircleEvent {
+  double yBase, yOffset;
+  double xBase, xOffset;
+  int32_t entry;
+};
+
+// The sign of (a + b) - (c + d), exactly.
+int CompareSums(double a, double b, double c, double d) {
+  const double estimate = (a + b) - (c + d);
+  // Three roundings, each within half a unit of its operands' magnitude.
+  const double bound =
+      4.0 * DBL_EPSILON * (std::fabs(a) + std::fabs(b) + std::fabs(c) + std::fabs(d));
+  if (estimate > bound) return 1;
+  if (estimate < -bound) return -1;
+  double left[2], right[2], difference[4];
+  TwoSum(a, b, left[1], left[0]);
+  TwoSum(-c, -d, right[1], right[0]);
+  const int32_t length = FastExpansionSumZeroElim(2, left, 2, right, difference);
+  const double most = difference[length - 1];
+  return (most > 0.0) - (most < 0.0);
 }
-inline int32_t CircleEntry(const SweepEvent& e) {
-  return static_cast<int32_t>(e.item >> 1);
+
+bool VertexBefore(const VertexEvent& a, const VertexEvent& b) {
+  if (a.y != b.y) return a.y < b.y;
+  return a.x < b.x;
+}
+bool CircleBefore(const CircleEvent& a, const CircleEvent& b) {
+  const int byHeight = CompareSums(a.yBase, a.yOffset, b.yBase, b.yOffset);
+  if (byHeight != 0) return byHeight < 0;
+  return CompareSums(a.xBase, a.xOffset, b.xBase, b.xOffset) < 0;
+}
+bool CircleBeforeVertex(const CircleEvent& c, const VertexEvent& v) {
+  const int byHeight = CompareSums(c.yBase, c.yOffset, v.y, 0.0);
+  if (byHeight != 0) return byHeight < 0;
+  // A circle whose top is a vertex closes before that vertex arrives.
+  return CompareSums(c.xBase, c.xOffset, v.x, 0.0) <= 0;
 }
 
 // The ghosts of the ring around a front vertex: the next ghost's front edge begins where
@@ -58,18 +96,18 @@ inline TriHandle PreviousGhost(TriHandle ghost) {
 struct Sweeper {
   TessMesh& m;
   const TessSwitches& sw;
-  const SweepEvent* vertexEvents;  // sorted by Before
+  const VertexEvent* vertexEvents;  // sorted by VertexBefore
   int32_t vertexCount;
   int32_t nextVertex = 0;  // the first vertex event not yet taken
-  SweepEvent* heap;        // the circle events
+  CircleEvent* heap;
   FrontEntry* entries;
   int32_t heapSize = 0;
   FrontTree tree;
   int32_t freeEntries = kNoEntry;  // a stack of released front entries, linked through `left`
   int32_t nextEntry = 0;           // the first front entry never used
 
-  Sweeper(TessMesh& mesh, const TessSwitches& switches, const SweepEvent* sortedVertices,
-          int32_t count, SweepEvent* heapArray, FrontEntry* entryArray)
+  Sweeper(TessMesh& mesh, const TessSwitches& switches, const VertexEvent* sortedVertices,
+          int32_t count, CircleEvent* heapArray, FrontEntry* entryArray)
       : m(mesh),
         sw(switches),
         vertexEvents(sortedVertices),
@@ -80,65 +118,59 @@ struct Sweeper {
 
   // ---- The events ----
 
-  static bool Before(const SweepEvent& a, const SweepEvent& b) {
-    if (a.y != b.y) return a.y < b.y;
-    if (a.x != b.x) return a.x < b.x;
-    // A circle whose top is a vertex closes before that vertex arrives.
-    return IsCircleEvent(a) && !IsCircleEvent(b);
-  }
-  void Place(int32_t pos, const SweepEvent& event) {
+  void Place(int32_t pos, const CircleEvent& event) {
     heap[pos] = event;
-    entries[CircleEntry(event)].heapPos = pos;
+    entries[event.entry].heapPos = pos;
   }
   void SiftUp(int32_t pos) {
-    const SweepEvent event = heap[pos];
+    const CircleEvent event = heap[pos];
     while (pos > 0) {
       const int32_t parent = (pos - 1) / 2;
-      if (!Before(event, heap[parent])) break;
+      if (!CircleBefore(event, heap[parent])) break;
       Place(pos, heap[parent]);
       pos = parent;
     }
     Place(pos, event);
   }
   void SiftDown(int32_t pos) {
-    const SweepEvent event = heap[pos];
+    const CircleEvent event = heap[pos];
     for (;;) {
       int32_t child = 2 * pos + 1;
       if (child >= heapSize) break;
-      if (child + 1 < heapSize && Before(heap[child + 1], heap[child])) child++;
-      if (!Before(heap[child], event)) break;
+      if (child + 1 < heapSize && CircleBefore(heap[child + 1], heap[child])) child++;
+      if (!CircleBefore(heap[child], event)) break;
       Place(pos, heap[child]);
       pos = child;
     }
     Place(pos, event);
   }
-  void Push(const SweepEvent& event) {
+  void Push(const CircleEvent& event) {
     heapSize++;
     Place(heapSize - 1, event);
     SiftUp(heapSize - 1);
   }
-  SweepEvent PopCircle() {
-    const SweepEvent top = heap[0];
-    entries[CircleEntry(top)].heapPos = kNoEntry;
+  int32_t PopCircle() {
+    const int32_t entry = heap[0].entry;
+    entries[entry].heapPos = kNoEntry;
     heapSize--;
     if (heapSize > 0) {
       Place(0, heap[heapSize]);
       SiftDown(0);
     }
-    return top;
+    return entry;
   }
   bool HasEvents() const { return heapSize > 0 || nextVertex < vertexCount; }
-  // The next event: the earlier of the heap's top and the next vertex.
-  SweepEvent Pop() {
-    if (nextVertex < vertexCount && (heapSize == 0 || !Before(heap[0], vertexEvents[nextVertex]))) {
-      // The records lie in input order, scattered along the sweep: fetch a few events ahead.
-      if (nextVertex + kVertexLookahead < vertexCount) {
-        __builtin_prefetch(
-            reinterpret_cast<const void*>(vertexEvents[nextVertex + kVertexLookahead].item));
-      }
-      return vertexEvents[nextVertex++];
+  // Whether the next event is a vertex rather than the heap's top.
+  bool VertexComesNext() const {
+    return nextVertex < vertexCount &&
+           (heapSize == 0 || !CircleBeforeVertex(heap[0], vertexEvents[nextVertex]));
+  }
+  TessVertex TakeVertex() {
+    // The records lie in input order, scattered along the sweep: fetch a few events ahead.
+    if (nextVertex + kVertexLookahead < vertexCount) {
+      __builtin_prefetch(vertexEvents[nextVertex + kVertexLookahead].vertex);
     }
-    return PopCircle();
+    return vertexEvents[nextVertex++].vertex;
   }
   // Cancels the entry's circle event, if it has one.
   void Cancel(int32_t entry) {
@@ -147,7 +179,7 @@ struct Sweeper {
     entries[entry].heapPos = kNoEntry;
     heapSize--;
     if (pos == heapSize) return;
-    const SweepEvent moved = heap[heapSize];
+    const CircleEvent moved = heap[heapSize];
     Place(pos, moved);
     // Whichever way it moves, the element left at pos is in order below.
     SiftUp(pos);
@@ -205,7 +237,7 @@ struct Sweeper {
     // centre lies far down and the sum cancels; uy + r = ux^2 / (r - uy) does not.
     const double radius = std::sqrt(ux * ux + uy * uy);
     const double top = uy >= 0.0 ? uy + radius : ux * ux / (radius - uy);
-    Push(SweepEvent{a[1] + top, a[0] + ux, (static_cast<TessWord>(entry) << 1) | 1u});
+    Push(CircleEvent{a[1], top, a[0], ux, entry});
   }
 
   // ---- Events ----
@@ -250,7 +282,7 @@ struct Sweeper {
     if (rising) tree.InsertAfter(EntryOf(rowUp), EntryOf(rowDown));
   }
 
-  void VertexEvent(TessVertex v) {
+  void SplitArcAbove(TessVertex v) {
     const int32_t found = tree.Search(v);
     TriHandle before, after;
     if (found == kNoEntry) {
@@ -279,7 +311,7 @@ struct Sweeper {
 
   // The arc between the entry's ghost (a, b) and the next (b, c) vanishes: the first ghost
   // becomes the triangle (a, b, c) and the second the front edge (a, c).
-  void CircleEvent(int32_t entry) {
+  void CloseArc(int32_t entry) {
     const TriHandle ghost = GhostOf(entry);
     const TriHandle toPrevious = Sym(Lprev(ghost));
     const TriHandle next = NextGhost(ghost);
@@ -310,10 +342,10 @@ struct Sweeper {
 
   // Returns a ghost of the final ring: Lnext of its front edge, as RemoveGhosts takes it.
   TriHandle Run() {
-    TessVertex first = reinterpret_cast<TessVertex>(Pop().item);
+    TessVertex first = TakeVertex();
     TessVertex last = first;
     while (nextVertex < vertexCount) {
-      TessVertex v = reinterpret_cast<TessVertex>(vertexEvents[nextVertex].item);
+      TessVertex v = vertexEvents[nextVertex].vertex;
       if (last != first && v[1] != first[1]) break;
       nextVertex++;
       if (IsDuplicate(v, last)) continue;
@@ -323,14 +355,13 @@ struct Sweeper {
     if (last == first) TessFail("Input vertices are all identical.");
     CloseRow(last[1] != first[1]);
     while (HasEvents()) {
-      const SweepEvent event = Pop();
-      if (IsCircleEvent(event)) {
-        CircleEvent(CircleEntry(event));
+      if (!VertexComesNext()) {
+        CloseArc(PopCircle());
         continue;
       }
-      TessVertex v = reinterpret_cast<TessVertex>(event.item);
+      TessVertex v = TakeVertex();
       if (IsDuplicate(v, last)) continue;
-      VertexEvent(v);
+      SplitArcAbove(v);
       last = v;
     }
     return FinishFront();
@@ -382,27 +413,30 @@ void FlipToDelaunay(TessMesh& m, const TessSwitches& sw) {
 
 int32_t SweepDelaunay(TessMesh& m, const TessSwitches& sw) {
   const uint32_t count = static_cast<uint32_t>(m.inVertices);
-  // Each vertex adds at most two ghosts, and each ghost has at most one circle event. One
-  // block holds the sorted vertex events and, after them, the heap of circle events.
+  // Each vertex adds at most two ghosts, and each ghost has at most one circle event.
   const uint32_t entryCount = 2 * count + 2;
-  SweepEvent* events = static_cast<SweepEvent*>(
-      TessAllocArray(kSiteEventHeap, count + entryCount, sizeof(SweepEvent)));
+  VertexEvent* vertexEvents =
+      static_cast<VertexEvent*>(TessAllocArray(kSiteVertexEvents, count, sizeof(VertexEvent)));
+  CircleEvent* circleEvents = nullptr;
   FrontEntry* entries = nullptr;
   TriHandle startGhost{};
   const int32_t code = TessFailureCode([&] {
+    circleEvents = static_cast<CircleEvent*>(
+        TessAllocArray(kSiteCircleEvents, entryCount, sizeof(CircleEvent)));
     entries = static_cast<FrontEntry*>(TessAllocArray(kSiteEvents, entryCount, sizeof(FrontEntry)));
     TraversalInit(m.vertices);
     for (uint32_t i = 0; i < count; i++) {
       TessVertex v = VertexTraverse(m);
-      events[i] = SweepEvent{v[1], v[0], reinterpret_cast<TessWord>(v)};
+      vertexEvents[i] = VertexEvent{v[1], v[0], v};
     }
     // Only the keys are compared, so duplicates keep an order that depends on the input alone.
-    std::sort(events, events + count, Sweeper::Before);
-    Sweeper sweeper(m, sw, events, static_cast<int32_t>(count), events + count, entries);
+    std::sort(vertexEvents, vertexEvents + count, VertexBefore);
+    Sweeper sweeper(m, sw, vertexEvents, static_cast<int32_t>(count), circleEvents, entries);
     startGhost = sweeper.Run();
   });
   TessFree(entries);
-  TessFree(events);
+  TessFree(circleEvents);
+  TessFree(vertexEvents);
   if (code != 0) throw code;
   FlipToDelaunay(m, sw);
   return RemoveGhosts(m, sw, startGhost);

@@ -183,6 +183,18 @@ TEST(TessRegression, CrossingOffTheEdgeKeepsThePutBackPiecesOutOfLine) {
   ExpectConstrained(in, "(15, 13)-(11, 4) crossing a sliver", false);
 }
 
+// Scaled by 7e-5, the square [0, 22]^2 with its anti-diagonal and (21, 1)-(10, 12) along it;
+// rounded, the two are nearly parallel and cross once. The crossing's usual formula cancels
+// for such lines: it put the crossing at the far end of the anti-diagonal's piece, at (22, 0)
+// beyond (21, 1), and the segment folded back and lost its first piece. The crossing is now
+// recomputed from the exact sides of the piece's ends when the formula leaves the piece.
+TEST(TessRegression, NearlyParallelCrossingStaysBetweenTheSegmentsEnds) {
+  const PlanarGraph in =
+      RoundedGridPoints({{22, 0}, {21, 1}, {15, 7}, {10, 12}, {0, 22}, {0, 0}, {22, 22}},
+                        {4, 0, 1, 3, 5, 0, 0, 6, 6, 4, 4, 5}, 7e-5);
+  ExpectConstrained(in, "(21, 1)-(10, 12) along the anti-diagonal");
+}
+
 // Segment 0-1 crosses 2-3 near 0; 2-3 and 3-0 meet at 3 at an angle of 1.4e-7 radians, and
 // their other ends (0 and the crossing vertex) lie 0.016 apart. The conforming splits were
 // measured on shells round the nearer end of each subsegment, 0 for one segment and the

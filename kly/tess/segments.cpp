@@ -272,6 +272,22 @@ struct SegmentInserter {
     return false;
   }
 
+  // The line from end1 to `target` separates org from dest in every caller, so the crossing
+  // lies strictly inside the edge. For a line nearly parallel to the edge the intersection
+  // formula cancels and can put it on or beyond an end, or divide by zero: the crossing then
+  // went to the wrong end of the edge, beyond the segment's own end, and the segment folded
+  // back. The signed areas of org and dest against the line have exact signs, so their ratio
+  // falls on the edge; near-parallel lines meet anywhere along their overlap within a
+  // rounding of both. False, leaving `split` alone, when the signs do not separate the ends.
+  bool SplitFromSides(const double* org, const double* dest, const double* end1,
+                      const double* target, double& split) {
+    const double orgSide = Ccw(end1, target, org);
+    const double destSide = Ccw(end1, target, dest);
+    if (!(orgSide > 0.0 ? destSide < 0.0 : orgSide < 0.0 && destSide > 0.0)) return false;
+    split = orgSide / (orgSide - destSide);
+    return true;
+  }
+
   // Where the segment from end1 to `target` crosses the edge of `crossHandle`: true with the
   // point in (x, y), `split` of the way along the edge; false when no point fits (see
   // FindSplitPoint), with (x, y) the rounded crossing, and the crossing goes to the nearer end
@@ -288,8 +304,12 @@ struct SegmentInserter {
     const double etx = org[0] - target[0];
     const double ety = org[1] - target[1];
     const double denominator = ty * ex - tx * ey;
-    if (denominator == 0.0) TessFail("Internal error.");
-    split = (ey * etx - ex * ety) / denominator;
+    const bool parallel = denominator == 0.0;
+    if (!parallel) split = (ey * etx - ex * ety) / denominator;
+    // A split on or beyond an end is the formula's rounding (see SplitFromSides).
+    const bool onEdge = !parallel && split > 0.0 && split < 1.0;
+    if (!onEdge && !SplitFromSides(org, dest, end1, target, split) && parallel)
+      TessFail("Internal error.");
     x = org[0] + split * (dest[0] - org[0]);
     y = org[1] + split * (dest[1] - org[1]);
     if (FindSplitPoint(crossHandle, end1, target, split, x, y)) return true;

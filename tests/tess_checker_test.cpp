@@ -235,6 +235,33 @@ TEST(TessChecker, AcceptsTheRingWithItsHoleCarved) {
             std::vector<std::string>{});
 }
 
+// Far from the origin an added vertex may lie a rounding off its segments: 1.5 units in the
+// last place per coordinate for each segment that crosses the one it is on. The diagonals of
+// the square [0, 8]^2, in units from 1e30, cross once each at (4, 4): a crossing vertex at
+// (5, 3) lies 2 / sqrt(2) = 1.4 units off (0, 0)-(8, 8), within 1.5 sqrt(2) = 2.1; at (6, 2) it
+// lies 4 / sqrt(2) = 2.8 units off, beyond it.
+TEST(TessChecker, AddedVertexMayLieOneRoundingOffASegmentPerCrossing) {
+  const double unit = std::nextafter(1e30, INFINITY) - 1e30;
+  const std::vector<double> corners = {
+      1e30, 1e30, 1e30 + 8 * unit, 1e30, 1e30 + 8 * unit, 1e30 + 8 * unit, 1e30, 1e30 + 8 * unit};
+  const auto at = [&](double x, double y) {
+    std::vector<double> points = corners;
+    points.insert(points.end(), {1e30 + x * unit, 1e30 + y * unit});
+    return points;
+  };
+  const PlanarGraph in{corners, {0, 2, 1, 3}, {}};
+  TessExpectation expect;
+  expect.kind = TessKind::kConstrained;
+  const std::vector<int32_t> fan = {0, 1, 4, 1, 2, 4, 2, 3, 4, 3, 0, 4};
+  const std::vector<int32_t> pieces = {0, 4, 4, 2, 1, 4, 4, 3};
+  EXPECT_EQ(CheckTriangulation(in, {at(5, 3), fan, {}, pieces}, expect),
+            std::vector<std::string>{});
+  const auto findings = CheckTriangulation(in, {at(6, 2), fan, {}, pieces}, expect);
+  EXPECT_TRUE(Mentions(findings, "segment (0, 2) is not covered"))
+      << ::testing::PrintToString(findings);
+  EXPECT_TRUE(Mentions(findings, "lies on 1 input segments")) << ::testing::PrintToString(findings);
+}
+
 TEST(TessChecker, AreasOfHullsAndNestedContours) {
   // Hull of a unit square's corners with an inner point and a repeated corner: 1.
   EXPECT_DOUBLE_EQ(ConvexHullArea({0, 0, 1, 0, 1, 1, 0, 1, 0.5, 0.5, 0, 0}), 1.0);

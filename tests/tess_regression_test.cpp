@@ -195,6 +195,51 @@ TEST(TessRegression, NearlyParallelCrossingStaysBetweenTheSegmentsEnds) {
   ExpectConstrained(in, "(21, 1)-(10, 12) along the anti-diagonal");
 }
 
+// Far from the origin a grid step is a few units in the last place, and three segments that
+// meet near one point cross within a unit or two of each other. Each crossing is put on the
+// line from the previous crossing of its segment and then rounded, so the second crossing of
+// a segment inherits the first one's distance from it: the checker allowed one rounding and
+// took those for lost pieces. Its allowance now grows with the segment's crossings.
+TEST(TessRegression, CrossingsFarFromTheOriginMayAddUpTheirRoundings) {
+  // [0, 9]^2 scaled by 1e15 and moved by 1e30 (some 7 units a step): the anti-diagonal, x = 3,
+  // (1, 0)-(9, 4) and (7, 1)-(4, 8). The crossing of the last two lies on the line from the
+  // last one's crossing with the anti-diagonal, 0.8 units off it, and ends up 2.1 units off.
+  PlanarGraph in = RoundedGridPoints({{1, 0},
+                                      {3, 0},
+                                      {9, 0},
+                                      {3, 1},
+                                      {7, 1},
+                                      {5, 2},
+                                      {8, 4},
+                                      {9, 4},
+                                      {4, 8},
+                                      {0, 9},
+                                      {3, 9},
+                                      {0, 0},
+                                      {9, 9}},
+                                     {1, 10, 9, 2, 0, 7, 4, 8, 11, 2, 2, 12, 12, 9, 9, 11}, 1e15);
+  for (double& v : in.points) v += 1e30;
+  ExpectConstrained(in, "four segments crossing near (6.3, 2.7)");
+  // [0, 13]^2 scaled by 1e-300 and moved by 1e-285 (some 5 units a step): the anti-diagonal,
+  // (1, 0)-(13, 6) and (9, 3)-(10, 12) meet near (9, 4). The crossing of the first and the
+  // last ends up 2.2 units off the last, which two crossings allow and one does not.
+  in = RoundedGridPoints({{1, 0},
+                          {13, 0},
+                          {8, 3},
+                          {9, 3},
+                          {9, 4},
+                          {12, 6},
+                          {13, 6},
+                          {10, 12},
+                          {0, 13},
+                          {4, 13},
+                          {0, 0},
+                          {13, 13}},
+                         {8, 1, 0, 6, 3, 7, 10, 1, 1, 11, 11, 8, 8, 10});
+  for (double& v : in.points) v += 1e15 * 1e-300;
+  ExpectConstrained(in, "three segments crossing near (9, 4)");
+}
+
 // Segment 0-1 crosses 2-3 near 0; 2-3 and 3-0 meet at 3 at an angle of 1.4e-7 radians, and
 // their other ends (0 and the crossing vertex) lie 0.016 apart. The conforming splits were
 // measured on shells round the nearer end of each subsegment, 0 for one segment and the

@@ -17,6 +17,9 @@ namespace {
 // A vertex added by the engine (at a crossing or a split) is rounded, so it lies on its
 // segments only within a few units in the last place of the segment's length.
 constexpr double kNearTolerance = 1e-9;
+// How far, in units in the last place of the coordinates, one crossing may put an added vertex
+// off its segment: 1.5 units per coordinate (see NearSegment).
+constexpr double kUnitsPerCrossing = 1.5 * 1.4142135623730951;
 // The relative tolerance of the area sums, which round once a triangle.
 constexpr double kAreaTolerance = 1e-9;
 // Findings past this many are counted, not listed.
@@ -80,17 +83,24 @@ int ScaleShift(const std::vector<double>& xy) {
   return largest > 0.0 ? -std::ilogb(largest) : 0;
 }
 
-// Whether w lies on the segment ab within rounding: kNearTolerance of its length, plus two
-// units in the last place of the coordinates (which dominate far from the origin, where a
-// rounded crossing vertex may sit a good part of a unit off both segments).
-bool NearSegment(Point2 a, Point2 b, Point2 w) {
+// Whether w lies on the segment ab within the rounding of the added vertices on it, which
+// `crossings` other segments cross. The engine puts a crossing where the crossed edge meets
+// the line from the previous vertex on ab, rounds it (half a unit in the last place of each
+// coordinate) and may move it by a unit per coordinate to keep the triangles round it turned
+// positively: at most 1.5 units per coordinate, 1.5 sqrt(2) units off the line it was put on.
+// That line starts at the previous crossing, and a crossing on a piece of a crossed segment
+// lies on a chord between earlier crossings of that segment, so each inherits the distance of
+// those before it: after n crossings, n times 1.5 sqrt(2) units of the largest coordinate.
+// These units dominate far from the origin, where a segment spans a few dozen of them; nearer
+// it, kNearTolerance of the length covers the engine's own slack.
+bool NearSegment(Point2 a, Point2 b, Point2 w, int32_t crossings) {
   const double dx = b.x - a.x, dy = b.y - a.y;
   const double length = std::hypot(dx, dy);
   if (!(length > 0.0)) return false;
   const double magnitude = std::max({std::fabs(a.x), std::fabs(a.y), std::fabs(b.x), std::fabs(b.y),
                                      std::fabs(w.x), std::fabs(w.y)});
-  const double slack =
-      kNearTolerance * length + 2 * (std::nextafter(magnitude, INFINITY) - magnitude);
+  const double unit = std::nextafter(magnitude, INFINITY) - magnitude;
+  const double slack = kNearTolerance * length + std::max(crossings, 1) * kUnitsPerCrossing * unit;
   // Distances in units of the length, which keeps tiny and huge coordinates in range.
   const double ux = dx / length, uy = dy / length;
   const double along = (w.x - a.x) * ux + (w.y - a.y) * uy;
@@ -117,6 +127,79 @@ std::vector<std::pair<int32_t, int32_t>> ValidSegments(const PlanarGraph& in) {
 bool ProperCrossing(Point2 a, Point2 b, Point2 c, Point2 d) {
   return OrientSign(a, b, c) * OrientSign(a, b, d) < 0 &&
          OrientSign(c, d, a) * OrientSign(c, d, b) < 0;
+}
+
+// Calls visit(i, j) once for each pair of `segments` that cross properly, until it returns
+// false. A uniform grid over the segments' boxes buckets them; a crossing pair shares a cell
+// and is tested in the first cell it shares.
+template <class Visit>
+void ForEachProperCrossing(const PlanarGraph& in,
+                           const std::vector<std::pair<int32_t, int32_t>>& segments, Visit visit) {
+  if (segments.size() < 2) return;
+  double lx = INFINITY, ly = INFINITY, hx = -INFINITY, hy = -INFINITY;
+  for (auto [a, b] : segments)
+    for (int32_t v : {a, b}) {
+      const Point2 p = PointOf(in.points, v);
+      lx = std::min(lx, p.x), ly = std::min(ly, p.y), hx = std::max(hx, p.x),
+      hy = std::max(hy, p.y);
+    }
+  const int side = static_cast<int>(std::sqrt(static_cast<double>(segments.size()))) + 1;
+  auto cell = [&](double v, double lo, double hi) {
+    if (!(hi > lo)) return 0;
+    return std::min(side - 1, static_cast<int>(std::max(0.0, (v - lo) / (hi - lo) * side)));
+  };
+  std::vector<std::vector<size_t>> cells(static_cast<size_t>(side) * side);
+  std::vector<std::pair<int, int>> first_cell(segments.size());
+  for (size_t i = 0; i < segments.size(); ++i) {
+    const Point2 a = PointOf(in.points, segments[i].first),
+                 b = PointOf(in.points, segments[i].second);
+    first_cell[i] = {cell(std::min(a.x, b.x), lx, hx), cell(std::min(a.y, b.y), ly, hy)};
+    for (int cy = first_cell[i].second; cy <= cell(std::max(a.y, b.y), ly, hy); ++cy)
+      for (int cx = first_cell[i].first; cx <= cell(std::max(a.x, b.x), lx, hx); ++cx)
+        cells[static_cast<size_t>(cy) * side + cx].push_back(i);
+  }
+  for (size_t c = 0; c < cells.size(); ++c) {
+    const auto& bucket = cells[c];
+    const int cx = static_cast<int>(c % side), cy = static_cast<int>(c / side);
+    for (size_t i = 0; i < bucket.size(); ++i)
+      for (size_t j = i + 1; j < bucket.size(); ++j) {
+        const size_t s = bucket[i], t = bucket[j];
+        if (cx != std::max(first_cell[s].first, first_cell[t].first) ||
+            cy != std::max(first_cell[s].second, first_cell[t].second))
+          continue;
+        if (ProperCrossing(
+                PointOf(in.points, segments[s].first), PointOf(in.points, segments[s].second),
+                PointOf(in.points, segments[t].first), PointOf(in.points, segments[t].second)) &&
+            !visit(s, t))
+          return;
+      }
+  }
+}
+
+// For each of `segments`, how many of the others cross it properly; a segment given more than
+// once (the engine inserts it once) counts once.
+std::vector<int32_t> CountCrossings(const PlanarGraph& in,
+                                    const std::vector<std::pair<int32_t, int32_t>>& segments) {
+  std::vector<std::pair<int32_t, int32_t>> distinct;
+  std::vector<size_t> distinct_of(segments.size());
+  std::map<std::pair<std::pair<double, double>, std::pair<double, double>>, size_t> seen;
+  for (size_t i = 0; i < segments.size(); ++i) {
+    Point2 pa = PointOf(in.points, segments[i].first), pb = PointOf(in.points, segments[i].second);
+    if (XYLess()(pb, pa)) std::swap(pa, pb);
+    const auto entry = seen.emplace(
+        std::make_pair(std::make_pair(pa.x, pa.y), std::make_pair(pb.x, pb.y)), distinct.size());
+    if (entry.second) distinct.push_back(segments[i]);
+    distinct_of[i] = entry.first->second;
+  }
+  std::vector<int32_t> distinct_counts(distinct.size(), 0);
+  ForEachProperCrossing(in, distinct, [&](size_t s, size_t t) {
+    ++distinct_counts[s];
+    ++distinct_counts[t];
+    return true;
+  });
+  std::vector<int32_t> counts(segments.size());
+  for (size_t i = 0; i < segments.size(); ++i) counts[i] = distinct_counts[distinct_of[i]];
+  return counts;
 }
 
 // Horizontal bands of segments, for even-odd queries by casting a ray towards +x.
@@ -252,6 +335,13 @@ class Checker {
 
  private:
   Point2 P(int32_t v) const { return PointOf(out_.points, v); }
+
+  // How many segments cross each of `segments`, the valid input segments; counted once.
+  const std::vector<int32_t>& CrossingCounts(
+      const std::vector<std::pair<int32_t, int32_t>>& segments) {
+    if (crossings_.empty()) crossings_ = CountCrossings(in_, segments);
+    return crossings_;
+  }
 
   bool CheckRecords() {
     bool ok = true;
@@ -444,21 +534,25 @@ class Checker {
       if (!directed_.count(EdgeKey(v, static_cast<int32_t>(entry.first >> 32))))
         adjacent[v].push_back(static_cast<int32_t>(entry.first >> 32));
     }
-    for (auto [a, b] : ValidSegments(in_)) {
+    const auto segments = ValidSegments(in_);
+    const auto& crossings = CrossingCounts(segments);
+    for (size_t s = 0; s < segments.size(); ++s) {
+      const auto [a, b] = segments[s];
       const auto ia = canonical_.find(PointOf(in_.points, a));
       const auto ib = canonical_.find(PointOf(in_.points, b));
       if (ia == canonical_.end() || ib == canonical_.end()) {
         findings_.Add("segment (", a, ", ", b, ") has an end that no triangle uses");
         continue;
       }
-      if (expect_.kind == TessKind::kDelaunay || !SubsegmentPath(ia->second, ib->second))
-        WalkSegment(ia->second, ib->second, adjacent);
+      if (expect_.kind == TessKind::kDelaunay ||
+          !SubsegmentPath(ia->second, ib->second, crossings[s]))
+        WalkSegment(ia->second, ib->second, crossings[s], adjacent);
     }
   }
 
   // Whether output subsegments on the segment ab (within rounding for added vertices, which
-  // near-parallel crossings may place out of order) join a to b.
-  bool SubsegmentPath(int32_t a, int32_t b) {
+  // near-parallel crossings may place out of order) join a to b; `crossings` segments cross ab.
+  bool SubsegmentPath(int32_t a, int32_t b, int32_t crossings) {
     if (subsegment_adjacent_.empty()) {
       subsegment_adjacent_.resize(out_.PointCount());
       for (size_t s = 0; s + 1 < out_.segments.size(); s += 2) {
@@ -475,7 +569,7 @@ class Checker {
         if (w == b) return true;
         const bool on_segment = w < in_.PointCount() ? OrientSign(P(a), P(b), P(w)) == 0 &&
                                                            DotSign(P(w), P(a), P(b)) < 0
-                                                     : NearSegment(P(a), P(b), P(w));
+                                                     : NearSegment(P(a), P(b), P(w), crossings);
         if (on_segment && seen.insert(w).second) stack.push_back(w);
       }
     }
@@ -484,14 +578,16 @@ class Checker {
 
   // Follows triangle edges from a to b along the segment; every step must end on the segment
   // (exactly for input vertices, within rounding for added ones) and come nearer to b.
-  void WalkSegment(int32_t a, int32_t b, const std::vector<std::vector<int32_t>>& adjacent) {
+  void WalkSegment(int32_t a, int32_t b, int32_t crossings,
+                   const std::vector<std::vector<int32_t>>& adjacent) {
     int32_t current = a;
     for (int32_t steps = 0; current != b && steps <= out_.PointCount(); ++steps) {
       int32_t next = -1;
       bool along_subsegment = false;
       for (int32_t w : adjacent[current]) {
-        const bool on_segment = w == b || (w < in_.PointCount() ? OrientSign(P(a), P(b), P(w)) == 0
-                                                                : NearSegment(P(a), P(b), P(w)));
+        const bool on_segment =
+            w == b || (w < in_.PointCount() ? OrientSign(P(a), P(b), P(w)) == 0
+                                            : NearSegment(P(a), P(b), P(w), crossings));
         if (!on_segment || (w != b && DotSign(P(w), P(current), P(b)) >= 0)) continue;
         // Near-parallel segments put added vertices of one within rounding of the other;
         // of several steps the one along a subsegment is the segment's own.
@@ -527,12 +623,15 @@ class Checker {
     }
     const auto segments = ValidSegments(in_);
     if (static_cast<double>(added) * segments.size() > 5e7) return;
+    const auto& crossings = CrossingCounts(segments);
     // A crossing vertex lies on two segments, a split vertex on one.
     const int needed = expect_.kind == TessKind::kConstrained ? 2 : 1;
     for (int32_t v = in_.PointCount(); v < out_.PointCount(); ++v) {
       int on = 0;
-      for (auto [a, b] : segments)
-        if (NearSegment(PointOf(in_.points, a), PointOf(in_.points, b), P(v))) ++on;
+      for (size_t s = 0; s < segments.size(); ++s)
+        if (NearSegment(PointOf(in_.points, segments[s].first),
+                        PointOf(in_.points, segments[s].second), P(v), crossings[s]))
+          ++on;
       if (on < needed)
         findings_.Add("added vertex ", v, " (", P(v).x, ", ", P(v).y, ") lies on ", on,
                       " input segments, fewer than ", needed);
@@ -577,6 +676,7 @@ class Checker {
   std::vector<bool> used_;
   std::map<Point2, int32_t, XYLess> canonical_;
   std::vector<std::vector<int32_t>> subsegment_adjacent_;
+  std::vector<int32_t> crossings_;
 };
 
 }  // namespace
@@ -695,39 +795,12 @@ bool SegmentsRepeat(const PlanarGraph& in) {
 }
 
 bool SegmentsCross(const PlanarGraph& in) {
-  const auto segments = ValidSegments(in);
-  if (segments.size() < 2) return false;
-  // Bucket by a uniform grid over the segments' boxes; a crossing pair shares a cell.
-  double lx = INFINITY, ly = INFINITY, hx = -INFINITY, hy = -INFINITY;
-  for (auto [a, b] : segments)
-    for (int32_t v : {a, b}) {
-      const Point2 p = PointOf(in.points, v);
-      lx = std::min(lx, p.x), ly = std::min(ly, p.y), hx = std::max(hx, p.x),
-      hy = std::max(hy, p.y);
-    }
-  const int side = static_cast<int>(std::sqrt(static_cast<double>(segments.size()))) + 1;
-  auto cell = [&](double v, double lo, double hi) {
-    if (!(hi > lo)) return 0;
-    return std::min(side - 1, static_cast<int>(std::max(0.0, (v - lo) / (hi - lo) * side)));
-  };
-  std::vector<std::vector<size_t>> cells(static_cast<size_t>(side) * side);
-  for (size_t i = 0; i < segments.size(); ++i) {
-    const Point2 a = PointOf(in.points, segments[i].first),
-                 b = PointOf(in.points, segments[i].second);
-    for (int cy = cell(std::min(a.y, b.y), ly, hy); cy <= cell(std::max(a.y, b.y), ly, hy); ++cy)
-      for (int cx = cell(std::min(a.x, b.x), lx, hx); cx <= cell(std::max(a.x, b.x), lx, hx); ++cx)
-        cells[static_cast<size_t>(cy) * side + cx].push_back(i);
-  }
-  for (const auto& bucket : cells)
-    for (size_t i = 0; i < bucket.size(); ++i)
-      for (size_t j = i + 1; j < bucket.size(); ++j) {
-        const auto& s = segments[bucket[i]];
-        const auto& t = segments[bucket[j]];
-        if (ProperCrossing(PointOf(in.points, s.first), PointOf(in.points, s.second),
-                           PointOf(in.points, t.first), PointOf(in.points, t.second)))
-          return true;
-      }
-  return false;
+  bool any = false;
+  ForEachProperCrossing(in, ValidSegments(in), [&](size_t, size_t) {
+    any = true;
+    return false;
+  });
+  return any;
 }
 
 }  // namespace testing

@@ -143,6 +143,15 @@ TEST(TessRegression, CrossingInLineWithAVertexOffTheSegmentMoves) {
       {{0, 0}, {1, 0}, {4, 0}, {11, 0}, {3, 1}, {5, 2}, {11, 5}, {0, 11}, {4, 11}, {11, 11}},
       {0, 3, 3, 9, 9, 7, 7, 0, 2, 8, 1, 6});
   ExpectConstrained(in, "x = 4 crossing (1, 0)-(11, 5)");
+  // The same with x = 2 and (1, 0)-(7, 3), scaled by 0.1 and moved by 1e14, where a grid step
+  // is some 6 units in the last place: the move the slack allows is less than a unit, so the
+  // crossing at (2, 0.5) moves by a unit, within the rounding a crossing has anyway, until
+  // (3, 1) is out of line (it failed with 10).
+  PlanarGraph far =
+      RoundedGridPoints({{0, 0}, {1, 0}, {2, 0}, {7, 0}, {3, 1}, {7, 3}, {0, 7}, {2, 7}, {7, 7}},
+                        {0, 3, 3, 8, 8, 6, 6, 0, 2, 7, 1, 5}, 0.1);
+  for (double& v : far.points) v += 1e14;
+  ExpectConstrained(far, "x = 2 crossing (1, 0)-(7, 3) far from the origin");
 }
 
 // The square [0, 7]^2 with the anti-diagonal and (1, 0)-(7, 3), which on the grid cross at

@@ -80,6 +80,18 @@ struct SegmentInserter {
     for (t = Oprev(around); t.tri != m.dummyTriangle; t = Oprev(t)) visit(t);
   }
 
+  // Whether p lies within the rounding a crossing vertex may have off the line of the segment
+  // being inserted, `unit` being a unit in the last place of its coordinates: half a unit for
+  // rounding the exact crossing and a unit for a move that keeps its triangles turned, in each
+  // coordinate.
+  bool WithinRoundingOfLine(const double* p, double unit) {
+    const double lineX = segmentEnd[0] - segmentStart[0];
+    const double lineY = segmentEnd[1] - segmentStart[1];
+    const double off =
+        std::fabs(lineX * (p[1] - segmentStart[1]) - lineY * (p[0] - segmentStart[0]));
+    return off <= 1.5 * (std::fabs(lineX) + std::fabs(lineY)) * unit;
+  }
+
   // Moves the crossing vertex at the origin of `around` so that the line from it to `other`
   // no longer passes exactly through the input vertex w. Rounded grids put crossings and
   // vertices that are on one line in exact arithmetic within a rounding of it, each a
@@ -88,8 +100,10 @@ struct SegmentInserter {
   // may not bend through w, and no straight piece passes it, so the crossing moves along the
   // segment it crosses, which keeps it on that one: by the least that takes w out of line and
   // keeps every triangle round it positively turned, and by no more than half the slack a
-  // crossing has on the segment being inserted. False when no such place exists.
-  bool MoveCrossingOffLine(TriHandle around, const double* other, TessVertex w) {
+  // crossing has on the segment being inserted; `byUnit`, where that slack is less than a unit
+  // in the last place, by one unit instead, within the rounding of a crossing off the line of
+  // the segment being inserted. False when no such place exists.
+  bool MoveCrossingOffLine(TriHandle around, const double* other, TessVertex w, bool byUnit) {
     TessVertex crossing = Org(around);
     if (puttingBackCrossed || VertexType(m, crossing) != kSegmentVertex) return false;
     const double lineX = segmentEnd[0] - segmentStart[0];
@@ -109,13 +123,15 @@ struct SegmentInserter {
       directions[count][1] = y / piece;
       count++;
     });
-    const double farthest = 0.5 * kCrossingSlack * length;
+    const double slack = 0.5 * kCrossingSlack * length;
     const double magnitude = std::max(std::fabs(crossing[0]), std::fabs(crossing[1]));
-    for (double step = std::nextafter(magnitude, HUGE_VAL) - magnitude; step <= farthest;
-         step *= 2.0) {
+    const double unit = std::nextafter(magnitude, HUGE_VAL) - magnitude;
+    if (byUnit && !(slack < unit)) return false;
+    for (double step = unit; step <= (byUnit ? unit : slack); step *= 2.0) {
       for (int k = 0; k < count; k++) {
         const double p[2] = {crossing[0] + step * directions[k][0],
                              crossing[1] + step * directions[k][1]};
+        if (byUnit && !WithinRoundingOfLine(p, unit)) continue;
         if (Ccw(p, other, w) == 0.0) continue;
         bool turned = true;
         ForEachAround(around,
@@ -132,11 +148,20 @@ struct SegmentInserter {
   }
 
   // The walk from the origin of `handle` to `target` met w exactly in line, off the segment:
-  // moves whichever end of the walk is a crossing (see MoveCrossingOffLine).
+  // moves whichever end of the walk is a crossing (see MoveCrossingOffLine), within the slack
+  // if it can. Far from the origin, where a segment spans a few dozen units in the last place
+  // and the slack is less than one, it moves a crossing by a unit, as the rounding of a
+  // crossing may; that is left to the retry that places crossings first, which runs only when
+  // the first attempt failed, so that every input the slack serves keeps its result.
   bool MoveWalkEndOffLine(TriHandle handle, TessVertex target, TessVertex w) {
-    if (MoveCrossingOffLine(handle, target, w)) return true;
+    if (MoveEitherWalkEnd(handle, target, w, false)) return true;
+    return crossingsFirst && MoveEitherWalkEnd(handle, target, w, true);
+  }
+
+  bool MoveEitherWalkEnd(TriHandle handle, TessVertex target, TessVertex w, bool byUnit) {
+    if (MoveCrossingOffLine(handle, target, w, byUnit)) return true;
     return VertexType(m, target) == kSegmentVertex &&
-           MoveCrossingOffLine(FindEndpoint(target), Org(handle), w);
+           MoveCrossingOffLine(FindEndpoint(target), Org(handle), w, byUnit);
   }
 
   void RequireMovedOffLine(TriHandle handle, TessVertex target, TessVertex w) {

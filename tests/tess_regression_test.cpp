@@ -97,12 +97,13 @@ TEST(TessRegression, UnderflowingPointsDoNotCrashHoleCarving) {
   ExpectValidOrTen("VpDz", in, TessKind::kConforming);
 }
 
-// Runs "Qpz" on `in`, which must succeed, and expects the checker to find nothing wrong.
-// Inputs without a closed boundary leave no domain after the carving: `segmentsInDomain` false.
-void ExpectConstrained(const PlanarGraph& in, const std::string& name,
-                       bool segmentsInDomain = true) {
+// Runs `switches` ("Qpz" unless given) on `in`, which must succeed, and expects the checker
+// to find nothing wrong. Inputs without a closed boundary leave no domain after the carving
+// unless the switches keep the convex hull: `segmentsInDomain` false.
+void ExpectConstrained(const PlanarGraph& in, const std::string& name, bool segmentsInDomain = true,
+                       const char* switches = "Qpz") {
   Triangulation out;
-  ASSERT_NO_THROW(out = RunEngine("Qpz", in)) << name;
+  ASSERT_NO_THROW(out = RunEngine(switches, in)) << name;
   TessExpectation expect;
   expect.kind = TessKind::kConstrained;
   expect.segments_in_domain = segmentsInDomain;
@@ -297,6 +298,23 @@ TEST(TessRegression, SegmentBendsOnlyThroughVerticesBetweenItsEnds) {
   // Vertex numbers are y * 4 + x.
   for (const int32_t end : {15, 12, 9, 3, 14, 15, 9, 6}) c.graph.segments.push_back(end);
   EXPECT_EQ(RunAndCheck("Qpz", Transformed(c, 1.0 / 3.0, 0.0)), 0);
+}
+
+// Subnormal points, worked on scaled by 2^1046. In units of the smallest subnormal, 2^-1074:
+// 0 = (-331826, -871), 1 = (-10565883, -9), 2 = (-116286, 0), 3 = (-13859773, 274613950),
+// 4 = (0, 0). Segments 0-3 and 1-4 cross at (-331868.89, -0.28) (exact rationals). Placed in
+// scaled space, the crossing's y became -0 only when scaled back, and its triangle with 2 and
+// 4, counterclockwise as worked on, had no area in the output. Added vertices now go on the
+// output's grid first: the crossing at (-331869, 0) would bend 1-4 through 2, which lies off
+// it (1-4 has y = -0.099 there), so it moves along 0-3 by a step of the grid.
+TEST(TessRegression, CrossingOfSubnormalSegmentsIsPlacedOnTheOutputGrid) {
+  const PlanarGraph in{
+      {-1.6394382699691748e-318, -4.3033117752772574e-321, -5.2202398082780476e-317,
+       -4.4465908125712189e-323, -5.7452917692295196e-319, 0, -6.8476376984580711e-317,
+       1.3567731856376579e-315, 0, -0.0},
+      {0, 3, 1, 4},
+      {}};
+  ExpectConstrained(in, "crossing of subnormal segments", true, "Qpcz");
 }
 
 }  // namespace

@@ -191,6 +191,7 @@ bool SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
       }
     }
   }
+  PlaceOnOutputGrid(m, vertex[0], vertex[1]);
   const bool offSubsegment = CounterClockwise(m.counters, sw, org, dest, vertex) != 0.0;
   VertexMark(m, vertex) = SubsegMark(current);
   VertexType(m, vertex) = kSegmentVertex;

@@ -321,6 +321,28 @@ inline double ScaleByPowerOfTwo(double v, int32_t exponent) {
   return exponent == 0 ? v : std::ldexp(v, exponent);
 }
 
+// The coordinates of the output grid: what the caller gets once the mesh is scaled back by
+// 2^-coordinateExponent. Scaling back up (a negative exponent) is exact; scaling back down
+// rounds where the results fall among the subnormals, so that tiny inputs, scaled up to work
+// on, have a grid coarser than the doubles they are worked on in. A vertex the engine adds is
+// placed on the grid before the predicates judge it: the triangles they find turned are then
+// those the caller gets, and a rounding that makes two vertices one or puts one off its
+// segment is met by the handling every rounded vertex has.
+inline double OnOutputGrid(const TessMesh& m, double v) {
+  if (m.coordinateExponent <= 0) return v;
+  return std::ldexp(std::ldexp(v, -m.coordinateExponent), m.coordinateExponent);
+}
+inline void PlaceOnOutputGrid(const TessMesh& m, double& x, double& y) {
+  x = OnOutputGrid(m, x);
+  y = OnOutputGrid(m, y);
+}
+// The neighbour of v, a coordinate on the output grid, on the grid towards `toward`.
+inline double NextOnOutputGrid(const TessMesh& m, double v, double toward) {
+  if (m.coordinateExponent <= 0) return std::nextafter(v, toward);
+  const double scaledBack = std::ldexp(v, -m.coordinateExponent);
+  return std::ldexp(std::nextafter(scaledBack, toward), m.coordinateExponent);
+}
+
 // ---- Vertices ------------------------------------------------------------------------------
 
 inline int32_t& VertexMark(const TessMesh& m, TessVertex v) {

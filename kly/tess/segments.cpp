@@ -102,7 +102,8 @@ struct SegmentInserter {
   // keeps every triangle round it positively turned, and by no more than half the slack a
   // crossing has on the segment being inserted; `byUnit`, where that slack is less than a unit
   // in the last place, by one unit instead, within the rounding of a crossing off the line of
-  // the segment being inserted. False when no such place exists.
+  // the segment being inserted. The unit is a step of the output grid, which is coarser than
+  // the doubles worked in for tiny inputs (see OnOutputGrid). False when no such place exists.
   bool MoveCrossingOffLine(TriHandle around, const double* other, TessVertex w, bool byUnit) {
     TessVertex crossing = Org(around);
     if (puttingBackCrossed || VertexType(m, crossing) != kSegmentVertex) return false;
@@ -125,12 +126,13 @@ struct SegmentInserter {
     });
     const double slack = 0.5 * kCrossingSlack * length;
     const double magnitude = std::max(std::fabs(crossing[0]), std::fabs(crossing[1]));
-    const double unit = std::nextafter(magnitude, HUGE_VAL) - magnitude;
+    const double unit = NextOnOutputGrid(m, magnitude, HUGE_VAL) - magnitude;
     if (byUnit && !(slack < unit)) return false;
     for (double step = unit; step <= (byUnit ? unit : slack); step *= 2.0) {
       for (int k = 0; k < count; k++) {
-        const double p[2] = {crossing[0] + step * directions[k][0],
-                             crossing[1] + step * directions[k][1]};
+        double p[2] = {crossing[0] + step * directions[k][0],
+                       crossing[1] + step * directions[k][1]};
+        PlaceOnOutputGrid(m, p[0], p[1]);
         if (byUnit && !WithinRoundingOfLine(p, unit)) continue;
         if (Ccw(p, other, w) == 0.0) continue;
         bool turned = true;
@@ -247,11 +249,11 @@ struct SegmentInserter {
     return far == nullptr || (flipsSafely(Lprev(across)) && flipsSafely(Lnext(across)));
   }
 
-  // Whether (x, y) or one of its neighbours one unit in the last place away fits the crossed
+  // Whether (x, y) or one of its neighbours one step away on the output grid fits the crossed
   // edge; (x, y) becomes the first that does.
   bool FitNearby(TriHandle crossHandle, double& x, double& y) {
-    const double xs[3] = {x, std::nextafter(x, -HUGE_VAL), std::nextafter(x, HUGE_VAL)};
-    const double ys[3] = {y, std::nextafter(y, -HUGE_VAL), std::nextafter(y, HUGE_VAL)};
+    const double xs[3] = {x, NextOnOutputGrid(m, x, -HUGE_VAL), NextOnOutputGrid(m, x, HUGE_VAL)};
+    const double ys[3] = {y, NextOnOutputGrid(m, y, -HUGE_VAL), NextOnOutputGrid(m, y, HUGE_VAL)};
     for (const double cx : xs) {
       for (const double cy : ys) {
         const double p[2] = {cx, cy};
@@ -286,6 +288,7 @@ struct SegmentInserter {
       const double t = start + std::ldexp(0.5 - start, -halvings);
       double cx = org[0] + t * (dest[0] - org[0]);
       double cy = org[1] + t * (dest[1] - org[1]);
+      PlaceOnOutputGrid(m, cx, cy);
       if (!FitNearby(crossHandle, cx, cy)) continue;
       // The distance off the line, times the line's length.
       const double off = std::fabs(lineX * (cy - end1[1]) - lineY * (cx - end1[0]));
@@ -337,6 +340,7 @@ struct SegmentInserter {
       TessFail("Internal error.");
     x = org[0] + split * (dest[0] - org[0]);
     y = org[1] + split * (dest[1] - org[1]);
+    PlaceOnOutputGrid(m, x, y);
     if (FindSplitPoint(crossHandle, end1, target, split, x, y)) return true;
     toOrg = split < 0.5;
     return false;
@@ -425,7 +429,7 @@ struct SegmentInserter {
     return vertex;
   }
 
-  // Of (x, y) and its neighbours one unit in the last place away, takes the first from which
+  // Of (x, y) and its neighbours one step away on the output grid, takes the first from which
   // neither piece of the crossed segment to be put back lies exactly in line with a vertex
   // beside the crossed edge (the apexes of its triangles, within a rounding of it when the
   // edge has no room): the piece could not pass that vertex. Keeps (x, y) when none is clear.
@@ -434,8 +438,8 @@ struct SegmentInserter {
     TessVertex dest = Dest(crossed);
     const TriHandle across = Sym(crossed);
     TessVertex sides[2] = {Apex(crossed), across.tri == m.dummyTriangle ? nullptr : Apex(across)};
-    const double xs[3] = {x, std::nextafter(x, -HUGE_VAL), std::nextafter(x, HUGE_VAL)};
-    const double ys[3] = {y, std::nextafter(y, -HUGE_VAL), std::nextafter(y, HUGE_VAL)};
+    const double xs[3] = {x, NextOnOutputGrid(m, x, -HUGE_VAL), NextOnOutputGrid(m, x, HUGE_VAL)};
+    const double ys[3] = {y, NextOnOutputGrid(m, y, -HUGE_VAL), NextOnOutputGrid(m, y, HUGE_VAL)};
     for (const double cx : xs) {
       for (const double cy : ys) {
         const double p[2] = {cx, cy};
@@ -712,6 +716,7 @@ struct SegmentInserter {
   void ConformingEdge(TessVertex end1, TessVertex end2, int32_t mark) {
     TessVertex vertex = MakeVertex(m);
     for (int i = 0; i < 2 + m.vertexAttributes; i++) vertex[i] = 0.5 * (end1[i] + end2[i]);
+    PlaceOnOutputGrid(m, vertex[0], vertex[1]);
     if (SamePoint(vertex, end1) || SamePoint(vertex, end2)) {
       KillVertex(m, vertex);
       TessFail("Precision error.");

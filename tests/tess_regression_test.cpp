@@ -300,6 +300,20 @@ TEST(TessRegression, SegmentBendsOnlyThroughVerticesBetweenItsEnds) {
   EXPECT_EQ(RunAndCheck("Qpz", Transformed(c, 1.0 / 3.0, 0.0)), 0);
 }
 
+// Segment 3-1, 5.9e-18 long, and segment 0-2, 9e-33 long, cross near (-6.93e-33, 5.48e-41),
+// 2e-33 from 2. The crossing was interpolated along 3-1 from 3, whose rounding of 5.9e-18 put
+// it 1.5e-35 off, 2e-3 of the length of 0-2: the vertex lay off 0-2, which was not covered.
+// Taken from exact arithmetic instead, it lies within a unit or two in the last place of the
+// exact crossing. Not scaled: the largest coordinate is above 2^-64.
+TEST(TessRegression, CrossingOfSegmentsOfVeryUnequalLengthsLiesOnBoth) {
+  const PlanarGraph in{{3.9753758314288601e-38, 7.0583461106073598e-38, 6.1563964293081958e-31,
+                        5.4820193200461487e-41, -8.9023985894264601e-33, -2.0171352367099829e-38,
+                        -5.8758529126041274e-18, 2.9385329106345734e-36},
+                       {3, 1, 0, 2},
+                       {}};
+  ExpectConstrained(in, "crossing of unequal segments", true, "Qpcz");
+}
+
 // Subnormal points, worked on scaled by 2^1046. In units of the smallest subnormal, 2^-1074:
 // 0 = (-331826, -871), 1 = (-10565883, -9), 2 = (-116286, 0), 3 = (-13859773, 274613950),
 // 4 = (0, 0). Segments 0-3 and 1-4 cross at (-331868.89, -0.28) (exact rationals). Placed in

@@ -457,3 +457,61 @@ double Orient3DAdapt(const double* a, const double* b, const double* c, const do
 
   return sum.Largest();
 }
+
+namespace {
+
+// An exact difference q - p as an expansion of two components.
+struct ExactDifference {
+  double terms[2];
+  ExactDifference(double q, double p) { TwoDiff(q, p, terms[1], terms[0]); }
+};
+
+// h = u * v exactly, both of two components; returns h's length (at most 8).
+int32_t TwoTwoProduct(const ExactDifference& u, const ExactDifference& v, double* h) {
+  double low[4], high[4];
+  const int32_t lowLen = ScaleExpansionZeroElim(2, u.terms, v.terms[0], low);
+  const int32_t highLen = ScaleExpansionZeroElim(2, u.terms, v.terms[1], high);
+  return FastExpansionSumZeroElim(lowLen, low, highLen, high, h);
+}
+
+// h = ux * vy - uy * vx exactly; returns h's length (at most 16).
+int32_t ExactCross(const ExactDifference& ux, const ExactDifference& uy, const ExactDifference& vx,
+                   const ExactDifference& vy, double* h) {
+  double plus[8], minus[8];
+  const int32_t plusLen = TwoTwoProduct(ux, vy, plus);
+  const int32_t minusLen = TwoTwoProduct(uy, vx, minus);
+  for (int32_t i = 0; i < minusLen; i++) minus[i] = -minus[i];
+  return FastExpansionSumZeroElim(plusLen, plus, minusLen, minus, h);
+}
+
+// origin + numerator / denominator * (end - origin), with the division the only rounding
+// before the last: (origin * denominator + numerator * (end - origin)) / denominator.
+double Interpolate(double origin, double end, int32_t numeratorLen, const double* numerator,
+                   int32_t denominatorLen, const double* denominator) {
+  const ExactDifference run(end, origin);
+  double scaledOrigin[32], low[32], high[32], along[64], sum[96];
+  const int32_t originLen =
+      ScaleExpansionZeroElim(denominatorLen, denominator, origin, scaledOrigin);
+  const int32_t lowLen = ScaleExpansionZeroElim(numeratorLen, numerator, run.terms[0], low);
+  const int32_t highLen = ScaleExpansionZeroElim(numeratorLen, numerator, run.terms[1], high);
+  const int32_t alongLen = FastExpansionSumZeroElim(lowLen, low, highLen, high, along);
+  const int32_t sumLen = FastExpansionSumZeroElim(originLen, scaledOrigin, alongLen, along, sum);
+  return Estimate(sumLen, sum) / Estimate(denominatorLen, denominator);
+}
+
+}  // namespace
+
+void LineCrossing(const double* a, const double* b, const double* c, const double* d,
+                  double* crossing, double& fraction) {
+  // The crossing is a + t (b - a) with t = cross(c - a, d - c) / cross(b - a, d - c).
+  const ExactDifference cax(c[0], a[0]), cay(c[1], a[1]);
+  const ExactDifference bax(b[0], a[0]), bay(b[1], a[1]);
+  const ExactDifference dcx(d[0], c[0]), dcy(d[1], c[1]);
+  double numerator[16], denominator[16];
+  const int32_t numeratorLen = ExactCross(cax, cay, dcx, dcy, numerator);
+  const int32_t denominatorLen = ExactCross(bax, bay, dcx, dcy, denominator);
+  fraction = Estimate(numeratorLen, numerator) / Estimate(denominatorLen, denominator);
+  for (int i = 0; i < 2; i++) {
+    crossing[i] = Interpolate(a[i], b[i], numeratorLen, numerator, denominatorLen, denominator);
+  }
+}

@@ -137,3 +137,11 @@ inline double NonRegular(TessCounters& counters, const TessSwitches& switches, c
                   b[0] * b[0] + b[1] * b[1] - b[2], c[0] * c[0] + c[1] * c[1] - c[2],
                   d[0] * d[0] + d[1] * d[1] - d[2]);
 }
+
+// Where the line through a and b meets the line through c and d, which must not be parallel:
+// `crossing` gets the point, each coordinate within a few units in the last place of the exact
+// one (from an exact numerator and denominator, divided once), and `fraction` how far along
+// from a to b it lies. Interpolating from a errs by a rounding of the distance from a instead,
+// too much when ab is far longer than cd and the crossing far from a.
+void LineCrossing(const double* a, const double* b, const double* c, const double* d,
+                  double* crossing, double& fraction);

@@ -316,6 +316,40 @@ struct SegmentInserter {
     return true;
   }
 
+  // Whether p lies within kCrossingSlack of the length of the segment from a to b, and a few
+  // units in the last place of `magnitude`, of that segment's line; measured from q, a point on
+  // the line within a few units in the last place, whose rounding and p's the few take in.
+  static bool NearLine(const double* p, const double* q, const double* a, const double* b,
+                       double magnitude) {
+    const double lineX = b[0] - a[0];
+    const double lineY = b[1] - a[1];
+    const double length = std::hypot(lineX, lineY);
+    const double off = std::fabs((p[0] - q[0]) * lineY - (p[1] - q[1]) * lineX) / length;
+    return off <= kCrossingSlack * length + 8.0 * (std::nextafter(magnitude, HUGE_VAL) - magnitude);
+  }
+
+  // (x, y), interpolated `split` of the way along the edge from org to dest, errs by a rounding
+  // of its distance from org: when the edge is far longer than the segment from end1 to
+  // `target` and the crossing far from org, it can lie off that segment by more than a
+  // crossing may bend it. Such a crossing gives way to the exact one, rounded, which errs by a
+  // rounding of its own coordinates. One near both lines (see NearLine) is kept as it is, even
+  // where it lies farther along them from the exact crossing, as at small angles.
+  static void TakeExactCrossingIfOff(const double* org, const double* dest, const double* end1,
+                                     const double* target, double& x, double& y, double& split) {
+    double exact[2];
+    double exactSplit;
+    LineCrossing(org, dest, end1, target, exact, exactSplit);
+    const double magnitude = std::max(std::fabs(exact[0]), std::fabs(exact[1]));
+    const double computed[2] = {x, y};
+    if (NearLine(computed, exact, org, dest, magnitude) &&
+        NearLine(computed, exact, end1, target, magnitude)) {
+      return;
+    }
+    x = exact[0];
+    y = exact[1];
+    split = exactSplit;
+  }
+
   // Where the segment from end1 to `target` crosses the edge of `crossHandle`: true with the
   // point in (x, y), `split` of the way along the edge; false when no point fits (see
   // FindSplitPoint), with (x, y) the rounded crossing, and the crossing goes to the nearer end
@@ -340,6 +374,7 @@ struct SegmentInserter {
       TessFail("Internal error.");
     x = org[0] + split * (dest[0] - org[0]);
     y = org[1] + split * (dest[1] - org[1]);
+    TakeExactCrossingIfOff(org, dest, end1, target, x, y, split);
     PlaceOnOutputGrid(m, x, y);
     if (FindSplitPoint(crossHandle, end1, target, split, x, y)) return true;
     toOrg = split < 0.5;

@@ -42,6 +42,15 @@ int32_t CallRaw(const char* switches, const std::vector<double>& points,
   return number;
 }
 
+// Refuses the engine's allocations once they total `cap` bytes, so that a runaway fails the
+// test instead of exhausting the machine; `asked` sums every request.
+void CapAllocations(ReportCapture& capture, uint64_t cap, uint64_t& asked) {
+  capture.services().allow_allocation = [cap, &asked](uint32_t bytes, uint32_t) {
+    asked += bytes;
+    return asked < cap;
+  };
+}
+
 TEST(TessBadInput, FewerThanThreePointsFailWithTenAndNoReport) {
   ReportCapture capture;
   const std::vector<double> points = {0, 0, 1, 0};
@@ -141,10 +150,7 @@ TEST(TessBadInput, ConformingSplitsRoundedOffTheirSubsegmentsEnd) {
   ReportCapture capture;
   constexpr uint64_t kCap = uint64_t{64} << 20;
   uint64_t asked = 0;
-  capture.services().allow_allocation = [&](uint32_t bytes, uint32_t) {
-    asked += bytes;
-    return asked < kCap;
-  };
+  CapAllocations(capture, kCap, asked);
   const int32_t number = RunAndCheck("VpDz", Transformed(c, 1.0 / 3.0, 0.0));
   EXPECT_TRUE(number == 0 || number == KLY_kErrTessellation) << number;
   EXPECT_LT(asked, kCap);
@@ -163,10 +169,7 @@ TEST(TessBadInput, ConformingSplitsAtThePrecisionOfTheCoordinatesAreRefusedAtOnc
   ReportCapture capture;
   constexpr uint64_t kCap = uint64_t{4} << 20;
   uint64_t asked = 0;
-  capture.services().allow_allocation = [&](uint32_t bytes, uint32_t) {
-    asked += bytes;
-    return asked < kCap;
-  };
+  CapAllocations(capture, kCap, asked);
   EXPECT_EQ(CallRaw("VpDz", points, segments), KLY_kErrTessellation);
   EXPECT_LT(asked, kCap);
 }

@@ -79,7 +79,7 @@ void FrontTree::Rotate(int32_t x) {
   FrontEntry& ex = entries[x];
   const int32_t p = ex.parent;
   FrontEntry& ep = entries[p];
-  const int32_t g = ep.parent;
+  ReplaceChild(p, x);
   if (ep.left == x) {
     ep.left = ex.right;
     if (ex.right != kNoEntry) entries[ex.right].parent = p;
@@ -90,14 +90,6 @@ void FrontTree::Rotate(int32_t x) {
     ex.left = p;
   }
   ep.parent = x;
-  ex.parent = g;
-  if (g == kNoEntry) {
-    root = x;
-  } else if (entries[g].left == p) {
-    entries[g].left = x;
-  } else {
-    entries[g].right = x;
-  }
 }
 void FrontTree::Splay(int32_t x) {
   while (entries[x].parent != kNoEntry) {

@@ -160,3 +160,16 @@ double Estimate(int32_t eLen, const double* e) {
   for (int32_t i = 1; i < eLen; i++) q += e[i];
   return q;
 }
+
+int32_t MultiplyExpansions(int32_t eLen, const double* e, int32_t fLen, const double* f,
+                           double* h) {
+  double product[64], sum[128];
+  int32_t hLen = ScaleExpansionZeroElim(eLen, e, f[0], h);
+  for (int32_t i = 1; i < fLen; i++) {
+    const int32_t pLen = ScaleExpansionZeroElim(eLen, e, f[i], product);
+    const int32_t sLen = FastExpansionSumZeroElim(hLen, h, pLen, product, sum);
+    for (int32_t k = 0; k < sLen; k++) h[k] = sum[k];
+    hLen = sLen;
+  }
+  return hLen;
+}

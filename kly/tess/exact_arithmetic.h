@@ -160,5 +160,9 @@ int32_t FastExpansionSumZeroElim(int32_t eLen, const double* e, int32_t fLen, co
 // product is the expansion of length 1 holding 0.0. h must not overlap e.
 int32_t ScaleExpansionZeroElim(int32_t eLen, const double* e, double b, double* h);
 
+// h = e * f exactly, zeros removed: e times each component of f, summed in f's order; returns
+// h's length (h has room for 2 * eLen * fLen). For short expansions: eLen at most 32.
+int32_t MultiplyExpansions(int32_t eLen, const double* e, int32_t fLen, const double* f, double* h);
+
 // The plain sum of the components from the smallest up: an approximation of the value.
 double Estimate(int32_t eLen, const double* e);

@@ -466,20 +466,12 @@ struct ExactDifference {
   ExactDifference(double q, double p) { TwoDiff(q, p, terms[1], terms[0]); }
 };
 
-// h = u * v exactly, both of two components; returns h's length (at most 8).
-int32_t TwoTwoProduct(const ExactDifference& u, const ExactDifference& v, double* h) {
-  double low[4], high[4];
-  const int32_t lowLen = ScaleExpansionZeroElim(2, u.terms, v.terms[0], low);
-  const int32_t highLen = ScaleExpansionZeroElim(2, u.terms, v.terms[1], high);
-  return FastExpansionSumZeroElim(lowLen, low, highLen, high, h);
-}
-
 // h = ux * vy - uy * vx exactly; returns h's length (at most 16).
 int32_t ExactCross(const ExactDifference& ux, const ExactDifference& uy, const ExactDifference& vx,
                    const ExactDifference& vy, double* h) {
   double plus[8], minus[8];
-  const int32_t plusLen = TwoTwoProduct(ux, vy, plus);
-  const int32_t minusLen = TwoTwoProduct(uy, vx, minus);
+  const int32_t plusLen = MultiplyExpansions(2, ux.terms, 2, vy.terms, plus);
+  const int32_t minusLen = MultiplyExpansions(2, uy.terms, 2, vx.terms, minus);
   for (int32_t i = 0; i < minusLen; i++) minus[i] = -minus[i];
   return FastExpansionSumZeroElim(plusLen, plus, minusLen, minus, h);
 }

@@ -58,10 +58,15 @@ struct SegmentInserter {
     const double slack = kCrossingSlack * squaredLength;
     if (!(along > -slack && along < squaredLength + slack)) return false;
     if (Ccw(segmentStart, segmentEnd, w) == 0.0) return true;
-    const double off =
-        std::fabs(lineX * (w[1] - segmentStart[1]) - lineY * (w[0] - segmentStart[0]));
-    return VertexType(m, w) == kSegmentVertex &&
-           off <= kCrossingSlack * (lineX * lineX + lineY * lineY);
+    return VertexType(m, w) == kSegmentVertex && OffSegmentLine(w) <= slack;
+  }
+
+  // |cross(end - start, p - start)| for the segment being inserted: p's distance from its line
+  // times its length.
+  double OffSegmentLine(const double* p) const {
+    const double lineX = segmentEnd[0] - segmentStart[0];
+    const double lineY = segmentEnd[1] - segmentStart[1];
+    return std::fabs(lineX * (p[1] - segmentStart[1]) - lineY * (p[0] - segmentStart[0]));
   }
 
   void RequireOnSegment(TessVertex w) {
@@ -87,9 +92,7 @@ struct SegmentInserter {
   bool WithinRoundingOfLine(const double* p, double unit) {
     const double lineX = segmentEnd[0] - segmentStart[0];
     const double lineY = segmentEnd[1] - segmentStart[1];
-    const double off =
-        std::fabs(lineX * (p[1] - segmentStart[1]) - lineY * (p[0] - segmentStart[0]));
-    return off <= 1.5 * (std::fabs(lineX) + std::fabs(lineY)) * unit;
+    return OffSegmentLine(p) <= 1.5 * (std::fabs(lineX) + std::fabs(lineY)) * unit;
   }
 
   // Moves the crossing vertex at the origin of `around` so that the line from it to `other`
@@ -252,12 +255,19 @@ struct SegmentInserter {
   // Whether (x, y) or one of its neighbours one step away on the output grid fits the crossed
   // edge; (x, y) becomes the first that does.
   bool FitNearby(TriHandle crossHandle, double& x, double& y) {
+    return TakeFirstNearby(x, y, [&](const double* p) { return FitsCrossedEdge(crossHandle, p); });
+  }
+
+  // Of (x, y) and its eight neighbours one step away on the output grid, makes (x, y) the first
+  // that `passes`, (x, y) itself first; false, leaving it, when none does.
+  template <class Test>
+  bool TakeFirstNearby(double& x, double& y, Test passes) {
     const double xs[3] = {x, NextOnOutputGrid(m, x, -HUGE_VAL), NextOnOutputGrid(m, x, HUGE_VAL)};
     const double ys[3] = {y, NextOnOutputGrid(m, y, -HUGE_VAL), NextOnOutputGrid(m, y, HUGE_VAL)};
     for (const double cx : xs) {
       for (const double cy : ys) {
         const double p[2] = {cx, cy};
-        if (FitsCrossedEdge(crossHandle, p)) {
+        if (passes(p)) {
           x = cx;
           y = cy;
           return true;
@@ -473,20 +483,12 @@ struct SegmentInserter {
     TessVertex dest = Dest(crossed);
     const TriHandle across = Sym(crossed);
     TessVertex sides[2] = {Apex(crossed), across.tri == m.dummyTriangle ? nullptr : Apex(across)};
-    const double xs[3] = {x, NextOnOutputGrid(m, x, -HUGE_VAL), NextOnOutputGrid(m, x, HUGE_VAL)};
-    const double ys[3] = {y, NextOnOutputGrid(m, y, -HUGE_VAL), NextOnOutputGrid(m, y, HUGE_VAL)};
-    for (const double cx : xs) {
-      for (const double cy : ys) {
-        const double p[2] = {cx, cy};
-        bool clear = true;
-        for (TessVertex w : sides)
-          clear = clear && (w == nullptr || (Ccw(org, p, w) != 0.0 && Ccw(p, dest, w) != 0.0));
-        if (!clear) continue;
-        x = cx;
-        y = cy;
-        return;
+    TakeFirstNearby(x, y, [&](const double* p) {
+      for (TessVertex w : sides) {
+        if (w != nullptr && (Ccw(org, p, w) == 0.0 || Ccw(p, dest, w) == 0.0)) return false;
       }
-    }
+      return true;
+    });
   }
 
   // Inserts the piece of a crossed segment from `from` to `to` that InsertCrossingOffEdge puts

@@ -7,20 +7,6 @@
 
 namespace {
 
-// e * f exactly for short expansions; h must hold 2 * eLen * fLen doubles.
-int32_t MultiplyExpansions(int32_t eLen, const double* e, int32_t fLen, const double* f,
-                           double* h) {
-  double product[64], sum[128];
-  int32_t hLen = ScaleExpansionZeroElim(eLen, e, f[0], h);
-  for (int32_t i = 1; i < fLen; i++) {
-    const int32_t pLen = ScaleExpansionZeroElim(eLen, e, f[i], product);
-    const int32_t sLen = FastExpansionSumZeroElim(hLen, h, pLen, product, sum);
-    for (int32_t k = 0; k < sLen; k++) h[k] = sum[k];
-    hLen = sLen;
-  }
-  return hLen;
-}
-
 // |d|^2 for a vector whose components are the two-term expansions dx and dy.
 int32_t SquaredLength(const double* dx, const double* dy, double* h) {
   double xx[8], yy[8];

@@ -164,7 +164,7 @@ void BM_CylinderCapEngineOnly(benchmark::State& state) {
       input.segments[2 * i] = i;
       input.segments[2 * i + 1] = i + 1 < n ? i + 1 : 0;
     }
-    triangulate("VpDz", &input, &output, nullptr);
+    triangulate("VpDz", input, output, nullptr);
     benchmark::DoNotOptimize(output.triangleCount);
     TessFreeRecord(&input);
     TessFreeRecord(&output);

@@ -69,7 +69,7 @@ inline double PeakMegabytes(const char* switches, const Graph& g) {
       std::fputs("5", f);
       std::fclose(f);
       const long before = ResidentKilobytes();
-      triangulate(switches, &in, &out, nullptr);
+      triangulate(switches, in, out, nullptr);
       grown = PeakResidentKilobytes() - before;
     }
     if (write(pipe_ends[1], &grown, sizeof grown) != sizeof grown) _exit(1);
@@ -90,7 +90,7 @@ inline void RunEngine(benchmark::State& state, const char* switches, const Graph
     TessRecord in, out{};
     FillInput(g, in);
     state.ResumeTiming();
-    triangulate(switches, &in, &out, nullptr);
+    triangulate(switches, in, out, nullptr);
     state.PauseTiming();
     triangles = out.triangleCount;
     TessFreeRecord(&in);

@@ -62,7 +62,7 @@ void Run(const char* switches, const double* points, int32_t point_count, const 
     in.holes = static_cast<double*>(TessAlloc(2, 2 * hole_count * sizeof(double) + 1));
     std::memcpy(in.holes, holes, 2 * hole_count * sizeof(double));
     in.holeCount = hole_count;
-    triangulate(switches, &in, &out, nullptr);
+    triangulate(switches, in, out, nullptr);
   } catch (int32_t) {
     // The engine's one failure route; the records are already freed.
   } catch (const TriangleFailure&) {

@@ -31,7 +31,7 @@ int32_t CallRaw(const char* switches, const std::vector<double>& points,
   in.pointCount = static_cast<int32_t>(points.size() / 2);
   in.segments = CopyIn(1, segments);
   in.segmentCount = static_cast<int32_t>(segments.size() / 2);
-  const int32_t number = ThrownNumber([&] { triangulate(switches, &in, &out, nullptr); });
+  const int32_t number = ThrownNumber([&] { triangulate(switches, in, out, nullptr); });
   if (number != 0) {
     EXPECT_TRUE(RecordIsEmpty(in)) << switches;
     EXPECT_TRUE(RecordIsEmpty(out)) << switches;

@@ -47,7 +47,7 @@ struct EngineRun {
     Fill(input, in);
     in.triangleLimit = triangleLimit;
     try {
-      triangulate(switches, &in, &out, &dual);
+      triangulate(switches, in, out, &dual);
     } catch (int32_t number) {
       thrown = number;
     }

@@ -158,7 +158,7 @@ void KLY_Cylinder::BuildTopCap(double* x, double* z, KLY_Mesh& mesh) {
     }
 
     // The engine may add points on the outline; the cap keeps them, the side never sees them.
-    triangulate(kCapSwitches, &input, &output, nullptr);
+    triangulate(kCapSwitches, input, output, nullptr);
     TessFreeRecord(&input);
 
     const double su = 1.0 / (bounds.max_x - bounds.min_x);

@@ -279,13 +279,13 @@ int32_t TriangulateOnce(const char* switchText, TessRecord* in, TessRecord* out,
 
 }  // namespace
 
-void triangulate(const char* switchText, TessRecord* in, TessRecord* out, TessRecord* vorout) {
+void triangulate(const char* switchText, TessRecord& in, TessRecord& out, TessRecord* vorout) {
   bool retry = false;
-  int32_t code = TriangulateOnce(switchText, in, out, vorout, false, retry);
-  if (retry) code = TriangulateOnce(switchText, in, out, vorout, true, retry);
+  int32_t code = TriangulateOnce(switchText, &in, &out, vorout, false, retry);
+  if (retry) code = TriangulateOnce(switchText, &in, &out, vorout, true, retry);
   if (code != 0) {
-    TessFreeRecord(in);
-    TessFreeRecord(out);
+    TessFreeRecord(&in);
+    TessFreeRecord(&out);
     TessFreeRecord(vorout);
     throw code;
   }

@@ -63,7 +63,7 @@ void TessFreeRecord(TessRecord* record);
 // any finite magnitude are taken: very large or very small ones are worked on scaled by a
 // power of two and come back exactly. What is refused (10) is a span: a non-zero coordinate
 // below 2^-100 times the largest, where the predicates' products could underflow.
-void triangulate(const char* switches, TessRecord* in, TessRecord* out, TessRecord* vorout);
+void triangulate(const char* switches, TessRecord& in, TessRecord& out, TessRecord* vorout);
 
 // What the engine throws internally, and what TessAlloc throws straight to a caller outside
 // triangulate. It holds the formatted failure text, e.g. "(triangulate) Internal error.".

@@ -38,7 +38,7 @@ Triangulation RunEngine(const char* switches, const PlanarGraph& graph, int32_t 
   records.in.segmentCount = static_cast<int32_t>(graph.segments.size() / 2);
   records.in.holes = CopyIn<double>(2, graph.holes);
   records.in.holeCount = static_cast<int32_t>(graph.holes.size() / 2);
-  triangulate(switches, &records.in, &records.out, nullptr);
+  triangulate(switches, records.in, records.out, nullptr);
   Triangulation result;
   const TessRecord& out = records.out;
   result.points = CopyOut(out.points, 2 * out.pointCount);

@@ -1,6 +1,7 @@
 // Storage, materials and the simple operations of KLY_Mesh.
 #include "kly/mesh/mesh.h"
 
+#include <algorithm>
 #include <map>
 #include <stdexcept>
 
@@ -101,8 +102,14 @@ void KLY_Mesh::AppendTriangleMesh(const KLY_Mesh& other) {
   // Counts taken first so that appending a mesh to itself copies it once.
   const size_t other_vertices = other.vertices.size();
   const size_t other_triangles = other.triangles.size();
-  vertices.reserve(vertices.size() + other_vertices);
-  triangles.reserve(triangles.size() + other_triangles);
+  // Grown geometrically: an exact reserve would copy the whole mesh on every one of many small
+  // appends (an extrusion appends one patch at a time).
+  const auto grow = [](auto& list, size_t more) {
+    if (list.size() + more > list.capacity())
+      list.reserve(std::max(list.size() + more, 2 * list.capacity()));
+  };
+  grow(vertices, other_vertices);
+  grow(triangles, other_triangles);
   for (size_t i = 0; i < other_vertices; ++i) vertices.push_back(other.vertices[i]);
   for (size_t i = 0; i < other_triangles; ++i) {
     KLY_Triangle t = other.triangles[i];

@@ -85,9 +85,8 @@ inline Vec3 PartialVAt(const Net& net, const Basis& u, const Basis& v) {
   return sum * 3.0;
 }
 
-inline Vec3 NormalAt(const Net& net, const Basis& u, const Basis& v) {
-  const Vec3 a = PartialUAt(net, u, v);
-  const Vec3 b = PartialVAt(net, u, v);
+// Unit a x b; (0, 0, -1) for an exact zero; 4363 for a vector too short to normalise.
+inline Vec3 NormalFromPartials(const Vec3& a, const Vec3& b) {
   Vec3 n{a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
   const double s = n.x * n.x + n.y * n.y + n.z * n.z;
   if (s > 0.0) {
@@ -97,6 +96,44 @@ inline Vec3 NormalAt(const Net& net, const Basis& u, const Basis& v) {
     n = {0.0, 0.0, -1.0};
   }
   return n;  // NaN coordinates give NaN normals, with no failure
+}
+
+inline Vec3 NormalAt(const Net& net, const Basis& u, const Basis& v) {
+  return NormalFromPartials(PartialUAt(net, u, v), PartialVAt(net, u, v));
+}
+
+// The patch at one v, contracted to a cubic in u: its four control points, and the four control
+// points of the v-derivative's curve (without the factor 3). A grid row then costs a cubic's
+// evaluation a vertex instead of the whole net's.
+struct Row {
+  Vec3 points[4];
+  Vec3 vDerivative[4];
+};
+
+void FillRow(const Net& net, const Basis& v, Row& row) {
+  for (int c = 0; c < 4; ++c) {
+    Vec3 p{0.0, 0.0, 0.0};
+    for (int r = 0; r < 4; ++r) Accumulate(p, net.points[4 * r + c], v.cubic[r]);
+    Vec3 d{0.0, 0.0, 0.0};
+    for (int r = 0; r < 3; ++r) Accumulate(d, net.vDifferences[4 * r + c], v.quadratic[r]);
+    row.points[c] = p;
+    row.vDerivative[c] = d;
+  }
+}
+
+// Position and normal of the row's curve at one u: the point, 3 times the u-derivative from the
+// differences of the row's points, 3 times the v-derivative, and the normal as NormalAt makes it.
+inline void EvaluateRow(const Row& row, const Basis& u, Vec3& position, Vec3& normal) {
+  Vec3 p{0.0, 0.0, 0.0};
+  Vec3 dv{0.0, 0.0, 0.0};
+  Vec3 du{0.0, 0.0, 0.0};
+  for (int c = 0; c < 4; ++c) {
+    Accumulate(p, row.points[c], u.cubic[c]);
+    Accumulate(dv, row.vDerivative[c], u.cubic[c]);
+  }
+  for (int c = 0; c < 3; ++c) Accumulate(du, row.points[c + 1] - row.points[c], u.quadratic[c]);
+  position = p;
+  normal = NormalFromPartials(du * 3.0, dv * 3.0);
 }
 
 // One of the evaluations above at a single (u, v), by the same arithmetic as FillMesh's grid.
@@ -172,36 +209,45 @@ void KLY_CubicBezierPatch::FillMesh(KLY_Mesh& mesh, uint32_t material) {
   std::vector<double> uParameters, vParameters;
   uint32_t vertexCount = 0, triangleCount = 0;
   GetAdaptiveMeshSize(vertexCount, triangleCount, uParameters, vParameters);
-  if (mesh.GetNumVertices() < vertexCount || mesh.GetNumTriangles() < triangleCount) {
-    throw std::out_of_range("invalid vector<T> subscript");
-  }
+  FillGrid(mesh, material, uParameters, vParameters, 0, 0);
+}
+
+void KLY_CubicBezierPatch::FillGrid(KLY_Mesh& mesh, uint32_t material,
+                                    const std::vector<double>& uParameters,
+                                    const std::vector<double>& vParameters, uint32_t firstVertex,
+                                    uint32_t firstTriangle) {
   const uint32_t nu = static_cast<uint32_t>(uParameters.size());
   const uint32_t nv = static_cast<uint32_t>(vParameters.size());
+  const uint64_t vertexEnd = uint64_t{firstVertex} + uint64_t{nu} * nv;
+  const uint64_t triangleEnd = uint64_t{firstTriangle} + (2 * uint64_t{nu} - 2) * (nv - 1);
+  if (mesh.GetNumVertices() < vertexEnd || mesh.GetNumTriangles() < triangleEnd) {
+    throw std::out_of_range("invalid vector<T> subscript");
+  }
 
   Net net;
   FillNet(points, net);
   std::vector<Basis> uBases(nu);
   for (uint32_t i = 0; i < nu; ++i) FillBasis(uParameters[i], uBases[i]);
 
-  KLY_Vertex* vertex = &*mesh.beginVerts();
+  KLY_Vertex* vertex = &*mesh.beginVerts() + firstVertex;
   for (uint32_t j = 0; j < nv; ++j) {
     const double v = vParameters[j];
     Basis vBasis;
     FillBasis(v, vBasis);
+    Row row;
+    FillRow(net, vBasis, row);
     const double texV = vScale * v + vOffset;
     for (uint32_t i = 0; i < nu; ++i, ++vertex) {
-      const Basis& uBasis = uBases[i];
-      vertex->pos = PointAt(net, uBasis, vBasis);
+      EvaluateRow(row, uBases[i], vertex->pos, vertex->normal);
       vertex->pos_w = 1.0;
-      vertex->normal = NormalAt(net, uBasis, vBasis);
       vertex->uv = {uScale * uParameters[i] + uOffset, texV};
     }
   }
 
-  KLY_Triangle* triangle = &*mesh.beginTriangles();
+  KLY_Triangle* triangle = &*mesh.beginTriangles() + firstTriangle;
   for (uint32_t j = 0; j + 1 < nv; ++j) {
     for (uint32_t i = 0; i + 1 < nu; ++i) {
-      const uint32_t a = j * nu + i;
+      const uint32_t a = firstVertex + j * nu + i;
       triangle->SetIndices(a, a + nu + 1, a + 1);
       triangle->material_index = material;
       ++triangle;

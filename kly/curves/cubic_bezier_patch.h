@@ -44,6 +44,13 @@ class KLY_CubicBezierPatch {
   // at least the counts of GetAdaptiveMeshSize (std::out_of_range "invalid vector<T>
   // subscript" otherwise, with nothing written). Triangle normals are not written.
   void FillMesh(KLY_Mesh& mesh, uint32_t material);
+  // FillMesh for a grid already worked out by GetAdaptiveMeshSize, written at `firstVertex`
+  // and `firstTriangle` of `mesh` (which must already hold that far), with the triangles'
+  // indices counted from `firstVertex`: lets a caller lay many patches into one mesh without
+  // copying each.
+  void FillGrid(KLY_Mesh& mesh, uint32_t material, const std::vector<double>& uParameters,
+                const std::vector<double>& vParameters, uint32_t firstVertex,
+                uint32_t firstTriangle);
 
  protected:
   void Eval(double u, double v, ORT_Vector3T<double>& out);

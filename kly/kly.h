@@ -9,6 +9,7 @@
 #include "kly/curves/contour.h"
 #include "kly/curves/cubic_bezier_curve.h"
 #include "kly/curves/cubic_bezier_patch.h"
+#include "kly/extrusion/extrusion.h"
 #include "kly/host/guid.h"
 #include "kly/host/ort.h"
 #include "kly/host/services.h"

@@ -40,6 +40,7 @@ class TestExtrusion : public KLY_Extrusion {
   using KLY_Extrusion::BuildSideMesh;
   using KLY_Extrusion::IsHoleBound;
   using KLY_Extrusion::OffsetContour;
+  using KLY_Extrusion::OptimizeContours;
 
   // Whether every working field of a build is empty, as it must be outside one.
   bool WorkingFieldsEmpty() const {

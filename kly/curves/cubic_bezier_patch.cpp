@@ -1,5 +1,7 @@
 #include "kly/curves/cubic_bezier_patch.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <stdexcept>
 
@@ -100,6 +102,26 @@ inline Vec3 NormalFromPartials(const Vec3& a, const Vec3& b) {
 
 inline Vec3 NormalAt(const Net& net, const Basis& u, const Basis& v) {
   return NormalFromPartials(PartialUAt(net, u, v), PartialVAt(net, u, v));
+}
+
+// Face normals by the mesh's rule, unit (p2 - p0) x (p1 - p0), for the triangles from `first`
+// on. A triangle with no area (where a row of the grid pinches to a point) takes its first
+// corner's vertex normal instead of failing: the grid is sound there, only that sliver is not.
+void SetFaceNormals(KLY_Mesh& mesh, uint32_t first) {
+  const auto vertices = mesh.beginVerts();
+  for (auto t = mesh.beginTriangles() + first; t != mesh.endTriangles(); ++t) {
+    const Vec3& p0 = vertices[t->indices[0]].pos;
+    const Vec3 a = vertices[t->indices[1]].pos - p0;
+    const Vec3 b = vertices[t->indices[2]].pos - p0;
+    Vec3 n{b.y * a.z - b.z * a.y, b.z * a.x - b.x * a.z, b.x * a.y - b.y * a.x};
+    const double s = n.x * n.x + n.y * n.y + n.z * n.z;
+    if (1e-48 > s || !std::isfinite(s)) {
+      t->normal = vertices[t->indices[0]].normal;
+      continue;
+    }
+    KLY_Normalize(n);
+    t->normal = n;
+  }
 }
 
 // The patch at one v, contracted to a cubic in u: its four control points, and the four control
@@ -209,27 +231,50 @@ void KLY_CubicBezierPatch::FillMesh(KLY_Mesh& mesh, uint32_t material) {
   std::vector<double> uParameters, vParameters;
   uint32_t vertexCount = 0, triangleCount = 0;
   GetAdaptiveMeshSize(vertexCount, triangleCount, uParameters, vParameters);
-  FillGrid(mesh, material, uParameters, vParameters, 0, 0);
-}
-
-void KLY_CubicBezierPatch::FillGrid(KLY_Mesh& mesh, uint32_t material,
-                                    const std::vector<double>& uParameters,
-                                    const std::vector<double>& vParameters, uint32_t firstVertex,
-                                    uint32_t firstTriangle) {
-  const uint32_t nu = static_cast<uint32_t>(uParameters.size());
-  const uint32_t nv = static_cast<uint32_t>(vParameters.size());
-  const uint64_t vertexEnd = uint64_t{firstVertex} + uint64_t{nu} * nv;
-  const uint64_t triangleEnd = uint64_t{firstTriangle} + (2 * uint64_t{nu} - 2) * (nv - 1);
-  if (mesh.GetNumVertices() < vertexEnd || mesh.GetNumTriangles() < triangleEnd) {
+  if (mesh.GetNumVertices() < vertexCount || mesh.GetNumTriangles() < triangleCount) {
     throw std::out_of_range("invalid vector<T> subscript");
   }
+  KLY_Vertex* vertex = &*mesh.beginVerts();
+  KLY_Triangle* triangle = &*mesh.beginTriangles();
+  WriteGrid(
+      material, uParameters, vParameters, 0, [&](const KLY_Vertex& v) { *vertex++ = v; },
+      [&](const KLY_Triangle& t) {
+        // Indices and material only: the triangle's normal stays as the mesh had it.
+        std::copy(t.indices, t.indices + 3, triangle->indices);
+        (triangle++)->material_index = t.material_index;
+      });
+}
 
+void KLY_CubicBezierPatch::AppendGrid(KLY_Mesh& mesh, uint32_t material,
+                                      const std::vector<double>& uParameters,
+                                      const std::vector<double>& vParameters) {
+  const uint64_t nu = uParameters.size();
+  const uint64_t nv = vParameters.size();
+  if (mesh.GetNumVertices() + nu * nv > UINT32_MAX ||
+      mesh.GetNumTriangles() + (2 * nu - 2) * (nv - 1) > UINT32_MAX) {
+    throw std::length_error("mesh larger than 32-bit counts");
+  }
+  const uint32_t firstTriangle = mesh.GetNumTriangles();
+  WriteGrid(
+      material, uParameters, vParameters, mesh.GetNumVertices(),
+      [&](const KLY_Vertex& v) { mesh.PushVertex(v); },
+      [&](const KLY_Triangle& t) { mesh.PushFace(t); });
+  SetFaceNormals(mesh, firstTriangle);
+}
+
+template <class PutVertex, class PutTriangle>
+void KLY_CubicBezierPatch::WriteGrid(uint32_t material, const std::vector<double>& uParameters,
+                                     const std::vector<double>& vParameters, uint32_t firstVertex,
+                                     PutVertex putVertex, PutTriangle putTriangle) {
+  const uint32_t nu = static_cast<uint32_t>(uParameters.size());
+  const uint32_t nv = static_cast<uint32_t>(vParameters.size());
   Net net;
   FillNet(points, net);
   std::vector<Basis> uBases(nu);
   for (uint32_t i = 0; i < nu; ++i) FillBasis(uParameters[i], uBases[i]);
 
-  KLY_Vertex* vertex = &*mesh.beginVerts() + firstVertex;
+  KLY_Vertex vertex;
+  vertex.pos_w = 1.0;
   for (uint32_t j = 0; j < nv; ++j) {
     const double v = vParameters[j];
     Basis vBasis;
@@ -237,23 +282,22 @@ void KLY_CubicBezierPatch::FillGrid(KLY_Mesh& mesh, uint32_t material,
     Row row;
     FillRow(net, vBasis, row);
     const double texV = vScale * v + vOffset;
-    for (uint32_t i = 0; i < nu; ++i, ++vertex) {
-      EvaluateRow(row, uBases[i], vertex->pos, vertex->normal);
-      vertex->pos_w = 1.0;
-      vertex->uv = {uScale * uParameters[i] + uOffset, texV};
+    for (uint32_t i = 0; i < nu; ++i) {
+      EvaluateRow(row, uBases[i], vertex.pos, vertex.normal);
+      vertex.uv = {uScale * uParameters[i] + uOffset, texV};
+      putVertex(vertex);
     }
   }
 
-  KLY_Triangle* triangle = &*mesh.beginTriangles() + firstTriangle;
+  KLY_Triangle triangle(0, 0, 0);
+  triangle.material_index = material;
   for (uint32_t j = 0; j + 1 < nv; ++j) {
     for (uint32_t i = 0; i + 1 < nu; ++i) {
       const uint32_t a = firstVertex + j * nu + i;
-      triangle->SetIndices(a, a + nu + 1, a + 1);
-      triangle->material_index = material;
-      ++triangle;
-      triangle->SetIndices(a, a + nu, a + nu + 1);
-      triangle->material_index = material;
-      ++triangle;
+      triangle.SetIndices(a, a + nu + 1, a + 1);
+      putTriangle(triangle);
+      triangle.SetIndices(a, a + nu, a + nu + 1);
+      putTriangle(triangle);
     }
   }
 }

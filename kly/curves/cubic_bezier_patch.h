@@ -44,13 +44,13 @@ class KLY_CubicBezierPatch {
   // at least the counts of GetAdaptiveMeshSize (std::out_of_range "invalid vector<T>
   // subscript" otherwise, with nothing written). Triangle normals are not written.
   void FillMesh(KLY_Mesh& mesh, uint32_t material);
-  // FillMesh for a grid already worked out by GetAdaptiveMeshSize, written at `firstVertex`
-  // and `firstTriangle` of `mesh` (which must already hold that far), with the triangles'
-  // indices counted from `firstVertex`: lets a caller lay many patches into one mesh without
-  // copying each.
-  void FillGrid(KLY_Mesh& mesh, uint32_t material, const std::vector<double>& uParameters,
-                const std::vector<double>& vParameters, uint32_t firstVertex,
-                uint32_t firstTriangle);
+  // The grid already worked out by GetAdaptiveMeshSize, appended to `mesh` with its triangles'
+  // indices counted from the mesh's vertex count: lets a caller lay many patches into one mesh
+  // without copying each. Unlike FillMesh it writes triangle normals, the face normals of the
+  // mesh's rule (a triangle of no area takes its first corner's vertex normal). Fails with
+  // std::length_error past 32-bit counts, adding nothing.
+  void AppendGrid(KLY_Mesh& mesh, uint32_t material, const std::vector<double>& uParameters,
+                  const std::vector<double>& vParameters);
 
  protected:
   void Eval(double u, double v, ORT_Vector3T<double>& out);
@@ -74,5 +74,11 @@ class KLY_CubicBezierPatch {
   ORT_Vector3T<double> points[16];
 
  private:
+  // Hands every grid vertex in row order to `putVertex`, then every triangle, with indices
+  // counted from `firstVertex`, to `putTriangle`. Triangle normals are left as they are.
+  template <class PutVertex, class PutTriangle>
+  void WriteGrid(uint32_t material, const std::vector<double>& uParameters,
+                 const std::vector<double>& vParameters, uint32_t firstVertex, PutVertex putVertex,
+                 PutTriangle putTriangle);
   void MakeParameters(std::vector<double>& uParameters, std::vector<double>& vParameters);
 };

@@ -184,11 +184,5 @@ void KLY_Extrusion::AppendSidePatch(uint32_t contourIndex, uint32_t curveIndex,
   uint32_t vertexCount = 0;
   uint32_t triangleCount = 0;
   patch.GetAdaptiveMeshSize(vertexCount, triangleCount, uParameters, vParameters);
-  const uint32_t firstVertex = GetNumVertices();
-  const uint32_t firstTriangle = GetNumTriangles();
-  if (uint64_t{firstVertex} + vertexCount > UINT32_MAX ||
-      uint64_t{firstTriangle} + triangleCount > UINT32_MAX)
-    throw std::length_error("mesh larger than 32-bit counts");
-  SetSize(firstVertex + vertexCount, firstTriangle + triangleCount);
-  patch.FillGrid(*this, material, uParameters, vParameters, firstVertex, firstTriangle);
+  patch.AppendGrid(*this, material, uParameters, vParameters);
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sets up the machine, then builds and runs every test: Release, then AddressSanitizer and
 # UndefinedBehaviorSanitizer, then the installed package from a consumer project, then a short
-# fuzzing run of the tessellation engine.
+# fuzzing run of the tessellation engine and of the extrusion.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 cd "$root"
@@ -28,7 +28,7 @@ cmake --build build/consumer-subdirectory -j "$(nproc)" >/dev/null
 build/consumer-subdirectory/kly_consumer
 
 if [ -x "$root/fuzz/run.sh" ]; then
-  echo "== Fuzzing the tessellation engine for ${KLY_FUZZ_SECONDS:-60} s"
+  echo "== Fuzzing the tessellation engine and the extrusion for ${KLY_FUZZ_SECONDS:-60} s each"
   "$root/fuzz/run.sh" "${KLY_FUZZ_SECONDS:-60}"
 fi
 echo "== All tests passed"

@@ -1,5 +1,7 @@
 #include "kly/host/services.h"
 
+#include "kly/host/path_rework.h"
+
 #include <chrono>
 #include <cstdio>
 
@@ -33,6 +35,8 @@ HostServices DefaultServices() {
   services.report = ReportToStderr;
   services.seconds_since_boot = MonotonicSeconds;
   services.allow_allocation = AllowEveryAllocation;
+  services.offset_path = OffsetPath;
+  services.rework_path = ReworkPath;
   return services;
 }
 
@@ -42,6 +46,8 @@ HostServices& Services() {
   if (!table.report) table.report = ReportToStderr;
   if (!table.seconds_since_boot) table.seconds_since_boot = MonotonicSeconds;
   if (!table.allow_allocation) table.allow_allocation = AllowEveryAllocation;
+  if (!table.offset_path) table.offset_path = OffsetPath;
+  if (!table.rework_path) table.rework_path = ReworkPath;
   return table;
 }
 

@@ -1,12 +1,14 @@
 // The one seam of the standalone host: every closed service the library calls reads its
 // behaviour from the current HostServices table. Tests and embedding applications replace
 // the table (or one entry of it) to capture reports, drive the clock, fail version checks or
-// allocations, and later to supply their own offset, glyph and path services.
+// allocations, and to supply their own path offset service.
 #pragma once
 
 #include <cstdint>
 #include <functional>
 #include <string>
+
+#include "kly/host/offset_path.h"
 
 namespace kly {
 namespace host {
@@ -22,6 +24,14 @@ struct HostServices {
   int32_t binding_lookup_status = 0;
   // Asked before every engine allocation; false makes it fail. Default: always true.
   std::function<bool(uint32_t bytes, uint32_t tag)> allow_allocation;
+  // The path offset service behind "GFKOffsetPathInterface" (offset_path.h). Default:
+  // kly::host::OffsetPath. Tests use it to make every call fail or to hand back a scripted
+  // outline.
+  std::function<int32_t(const OffsetPathRequest& request, const OffsetPathSink& sink)> offset_path;
+  // The path clean-up behind GFK_ReworkPath (path_rework.h). Default: kly::host::ReworkPath.
+  std::function<int32_t(const float* points, const int32_t* types, int32_t count,
+                        const OffsetPathSink& sink)>
+      rework_path;
 };
 
 // The table in force. Never empty: unset entries fall back to the defaults.

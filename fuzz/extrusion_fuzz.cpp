@@ -203,7 +203,7 @@ uint32_t DeepestLevel(uint32_t min, uint32_t max, double extent) {
 // lay a million vertices a patch once an outline and its bevel are a few thousand units
 // across, and a few dozen such patches exhaust memory.
 bool WithinBudget(const Parameters& p, const Work& work) {
-  constexpr double kMostVertices = 1 << 20;
+  constexpr double kMostVertices = 1 << 19;
   if (p.faceMin > 20 || p.bevelMin > 20) return true;
   const double profile = 2.0 * std::fabs(p.bevel) + std::fabs(p.depth);
   const double line = std::ldexp(1.0, DeepestLevel(p.faceMin, p.faceMax, 0.0)) + 1;

@@ -783,6 +783,36 @@ TEST(OffsetPath, CallbackStatusStopsTheStream) {
   EXPECT_EQ(out.types.size(), 2u);
 }
 
+// A callback that offsets another path while it is called (the service keeps buffers a thread).
+struct Nested {
+  Stream outer, inner;
+  const CPVKBezierPath* other = nullptr;
+  int32_t inner_status = -1;
+};
+
+int32_t CollectAndNest(void* refcon, int32_t type, float x, float y) {
+  auto* n = static_cast<Nested*>(refcon);
+  if (n->inner_status == -1) {
+    n->inner_status = Offset(*n->other, 1.0, 10.0, 0.2, n->inner);
+  }
+  return Collect(&n->outer, type, x, y);
+}
+
+TEST(OffsetPath, CallbackMayCallTheServiceAgain) {
+  PathBuilder circle, square;
+  circle.Circle({0, 0}, 10, true);
+  square.Polygon({{0, 0}, {10, 0}, {10, 10}, {0, 10}});
+  Nested n;
+  n.other = &square.path();
+  ASSERT_EQ(OffsetPath(Request(circle.path(), 0.5, 5, 0.2), {CollectAndNest, &n}), 0);
+  EXPECT_EQ(n.inner_status, 0);
+  const std::vector<Outline> outer = Parse(n.outer), inner = Parse(n.inner);
+  ASSERT_EQ(outer.size(), 1u);
+  for (const P& p : outer[0].Samples(16)) EXPECT_NEAR(Norm(p), 10.5, 0.2);
+  ASSERT_EQ(inner.size(), 1u);
+  ExpectSquare(inner[0], {{-1, -1}, {11, -1}, {11, 11}, {-1, 11}});
+}
+
 // ---------------------------------------------------------------------------------------------
 // The entry and the seam
 

@@ -191,7 +191,13 @@ int32_t Offset(const OffsetPathRequest& request, const OffsetPathSink& sink, Wor
   for (const OutPoint& p : w.out) {
     if (!std::isfinite(p.x) || !std::isfinite(p.y)) return kOffsetPathErrRange;
   }
-  return Stream(w.out, sink);
+  // Streamed from a buffer of its own, so that a callback may call the service again.
+  std::vector<OutPoint> out;
+  out.swap(w.out);
+  const int32_t status = Stream(out, sink);
+  out.clear();
+  if (out.capacity() > w.out.capacity()) out.swap(w.out);
+  return status;
 }
 
 }  // namespace

@@ -144,7 +144,7 @@ GFKOffsetPathGetOffsetPathProc Entry() {
       "GFKOffsetPathInterface", "GetOffsetPath", "GFKOffsetPathGetOffsetPathV4"));
 }
 
-// The extrusion's call (Part 5.2, OffsetContour step 5): the looked-up entry, a collector of
+// The extrusion's call (as OffsetContour makes it): the looked-up entry, a collector of
 // factor 1 on a fresh path, the graphics manager's data query, the option words as it gives
 // them; then Flush.
 int32_t OffsetThroughEntry(const CPVKBezierPath& source, double distance, double limit,

@@ -1,6 +1,7 @@
 // Little-endian binary output in large pieces, for the binary formats (PLY, STL).
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <ostream>
@@ -26,11 +27,14 @@ class BinaryOutput {
     for (int shift = 0; shift < 32; shift += 8) U8(static_cast<uint8_t>(value >> shift));
     if (bytes_.size() >= kFlushSize) Flush();
   }
-  void F32(double value) {
-    const float f = static_cast<float>(value);
+  void F32(float value) {
     uint32_t bits;
-    std::memcpy(&bits, &f, sizeof bits);
+    std::memcpy(&bits, &value, sizeof bits);
     U32(bits);
+  }
+  template <size_t N>
+  void F32s(const std::array<float, N>& values) {
+    for (float value : values) F32(value);
   }
 
   void Flush() {

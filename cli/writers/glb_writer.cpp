@@ -12,12 +12,9 @@ namespace cli {
 
 namespace {
 
-// glTF has no double attributes: positions, normals and UVs are 32-bit floats.
-void PutFloat(unsigned char*& cursor, double value) {
-  const float f = static_cast<float>(value);
-  std::memcpy(cursor, &f, sizeof f);
-  cursor += sizeof f;
-}
+// An index equal to the largest value of its type restarts strips in some APIs, and glTF
+// forbids it: 16-bit indices serve up to 65,535 vertices (indices 0 to 65,534).
+constexpr size_t kMaxShortIndexedVertices = 65535;
 
 int AddView(tinygltf::Model& model, size_t offset, size_t length, int target) {
   tinygltf::BufferView view;
@@ -41,16 +38,117 @@ int AddAccessor(tinygltf::Model& model, int view, size_t offset, size_t count, i
   return static_cast<int>(model.accessors.size() - 1);
 }
 
-tinygltf::Material SlotMaterial(const std::string& name) {
-  // The library's material records hold a renderer's values with no glTF meaning; each slot
-  // gets a plain light grey, non-metallic and one-sided, so that a wrong winding would show.
-  tinygltf::Material material;
-  material.name = name;
-  material.pbrMetallicRoughness.baseColorFactor = {0.8, 0.8, 0.8, 1.0};
-  material.pbrMetallicRoughness.metallicFactor = 0.0;
-  material.pbrMetallicRoughness.roughnessFactor = 0.6;
-  material.doubleSided = false;
-  return material;
+tinygltf::Material GltfMaterial(const ExportMesh::Material& material) {
+  // Non-metallic and one-sided, so that a wrong winding would show.
+  tinygltf::Material out;
+  out.name = material.name;
+  out.pbrMetallicRoughness.baseColorFactor = {material.rgb[0], material.rgb[1], material.rgb[2],
+                                              1.0};
+  out.pbrMetallicRoughness.metallicFactor = 0.0;
+  out.pbrMetallicRoughness.roughnessFactor = 0.6;
+  out.doubleSided = false;
+  return out;
+}
+
+template <class T>
+void Put(unsigned char*& cursor, const T& value) {
+  std::memcpy(cursor, &value, sizeof value);
+  cursor += sizeof value;
+}
+
+// Positions, normals, UVs and indices, one after the other; every part is a multiple of 4
+// bytes long but the indices, which end the buffer.
+struct BufferLayout {
+  size_t positions;
+  size_t normals;
+  size_t uvs;
+  size_t indices;
+  size_t index_size;
+  size_t Total() const { return positions + normals + uvs + indices; }
+};
+
+BufferLayout Layout(const ExportMesh& mesh) {
+  const size_t vertex_count = mesh.Vertices().size();
+  BufferLayout layout;
+  layout.positions = vertex_count * sizeof(Float3);
+  layout.normals = vertex_count * sizeof(Float3);
+  layout.uvs = vertex_count * sizeof(Float2);
+  layout.index_size = vertex_count <= kMaxShortIndexedVertices ? 2 : 4;
+  layout.indices = mesh.Indices().size() * layout.index_size;
+  // The binary chunk and the whole file carry 32-bit lengths; keep room for the JSON.
+  if (layout.Total() > std::numeric_limits<uint32_t>::max() - (1u << 20)) {
+    throw std::runtime_error("the mesh is too large for a .glb file (4 GiB at most)");
+  }
+  return layout;
+}
+
+tinygltf::Buffer FillBuffer(const ExportMesh& mesh, const BufferLayout& layout) {
+  tinygltf::Buffer buffer;
+  buffer.data.resize(layout.Total());
+  unsigned char* cursor = buffer.data.data();
+  for (const FileVertex& vertex : mesh.Vertices()) Put(cursor, vertex.position);
+  for (const FileVertex& vertex : mesh.Vertices()) Put(cursor, vertex.normal);
+  for (const FileVertex& vertex : mesh.Vertices()) Put(cursor, vertex.uv);
+  for (uint32_t index : mesh.Indices()) {
+    if (layout.index_size == 2) {
+      Put(cursor, static_cast<uint16_t>(index));
+    } else {
+      Put(cursor, index);
+    }
+  }
+  return buffer;
+}
+
+// The bounds glTF requires of POSITION: those of the stored floats.
+void SetPositionBounds(const ExportMesh& mesh, tinygltf::Accessor& accessor) {
+  Float3 min = mesh.Vertices().front().position;
+  Float3 max = min;
+  for (const FileVertex& vertex : mesh.Vertices()) {
+    for (int k = 0; k < 3; ++k) {
+      min[k] = std::min(min[k], vertex.position[k]);
+      max[k] = std::max(max[k], vertex.position[k]);
+    }
+  }
+  accessor.minValues.assign(min.begin(), min.end());
+  accessor.maxValues.assign(max.begin(), max.end());
+}
+
+tinygltf::Mesh AddMesh(const ExportMesh& mesh, tinygltf::Model& model) {
+  const BufferLayout layout = Layout(mesh);
+  model.buffers.push_back(FillBuffer(mesh, layout));
+  const size_t vertex_count = mesh.Vertices().size();
+  const int positions =
+      AddAccessor(model, AddView(model, 0, layout.positions, TINYGLTF_TARGET_ARRAY_BUFFER), 0,
+                  vertex_count, TINYGLTF_TYPE_VEC3, TINYGLTF_COMPONENT_TYPE_FLOAT);
+  SetPositionBounds(mesh, model.accessors[positions]);
+  const int normals = AddAccessor(
+      model, AddView(model, layout.positions, layout.normals, TINYGLTF_TARGET_ARRAY_BUFFER), 0,
+      vertex_count, TINYGLTF_TYPE_VEC3, TINYGLTF_COMPONENT_TYPE_FLOAT);
+  const int uvs = AddAccessor(
+      model,
+      AddView(model, layout.positions + layout.normals, layout.uvs, TINYGLTF_TARGET_ARRAY_BUFFER),
+      0, vertex_count, TINYGLTF_TYPE_VEC2, TINYGLTF_COMPONENT_TYPE_FLOAT);
+  const int index_view = AddView(model, layout.positions + layout.normals + layout.uvs,
+                                 layout.indices, TINYGLTF_TARGET_ELEMENT_ARRAY_BUFFER);
+  const int index_type = layout.index_size == 2 ? TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT
+                                                : TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT;
+
+  tinygltf::Mesh out;
+  out.name = mesh.Name();
+  for (const ExportMesh::Material& material : mesh.Materials()) {
+    tinygltf::Primitive primitive;
+    primitive.attributes["POSITION"] = positions;
+    primitive.attributes["NORMAL"] = normals;
+    primitive.attributes["TEXCOORD_0"] = uvs;
+    primitive.indices =
+        AddAccessor(model, index_view, 3 * size_t{material.first_triangle} * layout.index_size,
+                    3 * size_t{material.triangle_count}, TINYGLTF_TYPE_SCALAR, index_type);
+    primitive.material = static_cast<int>(model.materials.size());
+    primitive.mode = TINYGLTF_MODE_TRIANGLES;
+    model.materials.push_back(GltfMaterial(material));
+    out.primitives.push_back(primitive);
+  }
+  return out;
 }
 
 }  // namespace
@@ -59,91 +157,10 @@ void WriteGlb(const ExportMesh& mesh, std::ostream& out) {
   tinygltf::Model model;
   model.asset.version = "2.0";
   model.asset.generator = "kly";
-  for (uint32_t slot = 0; slot < mesh.SlotCount(); ++slot) {
-    model.materials.push_back(SlotMaterial(mesh.SlotName(slot)));
-  }
   tinygltf::Scene scene;
   scene.name = mesh.Name();
-
-  const size_t vertex_count = mesh.VertexCount();
-  if (vertex_count > 0) {
-    const size_t position_bytes = vertex_count * 12;
-    const size_t normal_bytes = vertex_count * 12;
-    const size_t uv_bytes = vertex_count * 8;
-    const size_t index_bytes = static_cast<size_t>(mesh.TriangleCount()) * 12;
-    const size_t total = position_bytes + normal_bytes + uv_bytes + index_bytes;
-    // The binary chunk and the whole file carry 32-bit lengths; keep room for the JSON.
-    if (total > std::numeric_limits<uint32_t>::max() - (1u << 20)) {
-      throw std::runtime_error("the mesh is too large for a .glb file (4 GiB at most)");
-    }
-
-    tinygltf::Buffer buffer;
-    buffer.data.resize(total);
-    unsigned char* cursor = buffer.data.data();
-    double min[3] = {std::numeric_limits<double>::max(), std::numeric_limits<double>::max(),
-                     std::numeric_limits<double>::max()};
-    double max[3] = {std::numeric_limits<double>::lowest(), std::numeric_limits<double>::lowest(),
-                     std::numeric_limits<double>::lowest()};
-    for (uint32_t v = 0; v < vertex_count; ++v) {
-      const ORT_Vector3T<double> p = mesh.Position(v);
-      const double c[3] = {p.x, p.y, p.z};
-      for (int k = 0; k < 3; ++k) {
-        // The bounds are those of the stored floats, as glTF validators compute them.
-        const double stored = static_cast<float>(c[k]);
-        min[k] = std::min(min[k], stored);
-        max[k] = std::max(max[k], stored);
-        PutFloat(cursor, c[k]);
-      }
-    }
-    for (uint32_t v = 0; v < vertex_count; ++v) {
-      const ORT_Vector3T<double> n = mesh.Normal(v);
-      PutFloat(cursor, n.x);
-      PutFloat(cursor, n.y);
-      PutFloat(cursor, n.z);
-    }
-    for (uint32_t v = 0; v < vertex_count; ++v) {
-      const ORT_Vector2T<double> uv = mesh.Uv(v);
-      PutFloat(cursor, uv.x);
-      PutFloat(cursor, uv.y);
-    }
-    for (const ExportMesh::Group& group : mesh.Groups()) {
-      std::memcpy(cursor, group.indices.data(), group.indices.size() * sizeof(uint32_t));
-      cursor += group.indices.size() * sizeof(uint32_t);
-    }
-    model.buffers.push_back(std::move(buffer));
-
-    const int positions =
-        AddAccessor(model, AddView(model, 0, position_bytes, TINYGLTF_TARGET_ARRAY_BUFFER), 0,
-                    vertex_count, TINYGLTF_TYPE_VEC3, TINYGLTF_COMPONENT_TYPE_FLOAT);
-    model.accessors[positions].minValues.assign(min, min + 3);
-    model.accessors[positions].maxValues.assign(max, max + 3);
-    const int normals = AddAccessor(
-        model, AddView(model, position_bytes, normal_bytes, TINYGLTF_TARGET_ARRAY_BUFFER), 0,
-        vertex_count, TINYGLTF_TYPE_VEC3, TINYGLTF_COMPONENT_TYPE_FLOAT);
-    const int uvs = AddAccessor(
-        model,
-        AddView(model, position_bytes + normal_bytes, uv_bytes, TINYGLTF_TARGET_ARRAY_BUFFER), 0,
-        vertex_count, TINYGLTF_TYPE_VEC2, TINYGLTF_COMPONENT_TYPE_FLOAT);
-    const int index_view = AddView(model, position_bytes + normal_bytes + uv_bytes, index_bytes,
-                                   TINYGLTF_TARGET_ELEMENT_ARRAY_BUFFER);
-
-    tinygltf::Mesh gltf_mesh;
-    gltf_mesh.name = mesh.Name();
-    size_t index_offset = 0;
-    for (const ExportMesh::Group& group : mesh.Groups()) {
-      tinygltf::Primitive primitive;
-      primitive.attributes["POSITION"] = positions;
-      primitive.attributes["NORMAL"] = normals;
-      primitive.attributes["TEXCOORD_0"] = uvs;
-      primitive.indices = AddAccessor(model, index_view, index_offset, group.indices.size(),
-                                      TINYGLTF_TYPE_SCALAR, TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT);
-      primitive.material = static_cast<int>(group.slot);
-      primitive.mode = TINYGLTF_MODE_TRIANGLES;
-      gltf_mesh.primitives.push_back(primitive);
-      index_offset += group.indices.size() * sizeof(uint32_t);
-    }
-    model.meshes.push_back(gltf_mesh);
-
+  if (mesh.TriangleCount() > 0) {
+    model.meshes.push_back(AddMesh(mesh, model));
     tinygltf::Node node;
     node.name = mesh.Name();
     node.mesh = 0;

@@ -1,6 +1,7 @@
 // glTF 2.0 binary (.glb) through tinygltf: one buffer holding positions, normals, UVs and the
-// indices; one primitive a non-empty material slot, all sharing the vertex attributes; one
-// material a slot; one node and one scene. A mesh without triangles is a scene with no nodes.
+// indices (16-bit where the vertices allow, else 32-bit); one primitive a material, all sharing
+// the vertex attributes; one node and one scene. A mesh without triangles is a scene with no
+// nodes, and no buffer.
 #pragma once
 
 #include <ostream>

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "cli/writers/glb_writer.h"
+#include "cli/writers/mtl_writer.h"
 #include "cli/writers/obj_writer.h"
 #include "cli/writers/ply_writer.h"
 #include "cli/writers/stl_writer.h"
@@ -22,6 +23,18 @@ size_t ExtensionDot(const std::string& path) {
   return dot;
 }
 
+WriteSummary Summary(const ExportMesh& mesh, MeshFormat format) {
+  WriteSummary summary;
+  summary.triangles = mesh.TriangleCount();
+  summary.vertices = format == MeshFormat::kStl ? 3 * summary.triangles
+                                                : static_cast<uint32_t>(mesh.Vertices().size());
+  summary.dropped_triangles = mesh.DroppedTriangles();
+  summary.repaired_normals = mesh.RepairedNormals();
+  const bool has_materials = format == MeshFormat::kGlb || format == MeshFormat::kObj;
+  summary.materials = has_materials ? static_cast<uint32_t>(mesh.Materials().size()) : 0;
+  return summary;
+}
+
 }  // namespace
 
 MeshFormat FormatForPath(const std::string& path) {
@@ -36,27 +49,39 @@ MeshFormat FormatForPath(const std::string& path) {
   throw std::invalid_argument("'" + path + "' has " + shown + "; use .glb, .obj, .stl or .ply");
 }
 
-void WriteMesh(const ExportMesh& mesh, MeshFormat format, std::ostream& out) {
-  switch (format) {
+WriteSummary EncodeMesh(const ExportMesh& file_mesh, const WriteOptions& options, std::ostream& out,
+                        std::ostream* material_library, const std::string& material_library_name) {
+  switch (options.format) {
     case MeshFormat::kGlb:
-      WriteGlb(mesh, out);
-      return;
+      WriteGlb(file_mesh, out);
+      break;
     case MeshFormat::kObj:
-      WriteObj(mesh, out);
-      return;
+      WriteObj(file_mesh, material_library ? material_library_name : "", out);
+      if (material_library) WriteMtl(file_mesh, *material_library);
+      break;
     case MeshFormat::kStl:
-      WriteStl(mesh, out);
-      return;
+      WriteStl(file_mesh, options.ascii, out);
+      break;
     case MeshFormat::kPly:
-      WritePly(mesh, out);
-      return;
+      WritePly(file_mesh, options.ascii, out);
+      break;
   }
+  return Summary(file_mesh, options.format);
+}
+
+WriteSummary WriteMeshStreams(const KLY_Mesh& mesh, const MeshDescription& description,
+                              const WriteOptions& options, std::ostream& out,
+                              std::ostream* material_library,
+                              const std::string& material_library_name) {
+  return EncodeMesh(ExportMesh(mesh, description, options), options, out, material_library,
+                    material_library_name);
 }
 
 void WriteMeshFile(const KLY_Mesh& mesh, const MeshDescription& description, PendingFile& file) {
-  const MeshFormat format = FormatForPath(file.Path());
+  WriteOptions options;
+  options.format = FormatForPath(file.Path());
   try {
-    WriteMesh(ExportMesh(mesh, description), format, file.Stream());
+    WriteMeshStreams(mesh, description, options, file.Stream(), nullptr, "");
   } catch (const std::runtime_error& e) {
     throw std::runtime_error("cannot write '" + file.Path() + "': " + e.what());
   }
@@ -67,6 +92,16 @@ std::string TaggedPath(const std::string& path, const std::string& tag) {
   const size_t dot = ExtensionDot(path);
   if (dot == std::string::npos) return path + "." + tag;
   return path.substr(0, dot) + "." + tag + path.substr(dot);
+}
+
+std::string MaterialLibraryPath(const std::string& obj_path) {
+  const size_t dot = ExtensionDot(obj_path);
+  return (dot == std::string::npos ? obj_path : obj_path.substr(0, dot)) + ".mtl";
+}
+
+std::string FileName(const std::string& path) {
+  const size_t slash = path.rfind('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 }  // namespace cli

@@ -1,103 +1,46 @@
 #include "cli/writers/obj_writer.h"
 
-#include <charconv>
-#include <string>
+#include "cli/writers/text_output.h"
 
 namespace kly {
 namespace cli {
 
-namespace {
-
-// Lines gather in a buffer that goes to the stream in large pieces: a stream write a number
-// would be far slower on meshes of millions of vertices.
-class LineBuffer {
- public:
-  explicit LineBuffer(std::ostream& out) : out_(out) { text_.reserve(kFlushSize + 256); }
-  ~LineBuffer() { Flush(); }
-
-  LineBuffer& operator<<(const char* text) {
-    text_ += text;
-    return *this;
+void WriteObj(const ExportMesh& mesh, const std::string& material_library, std::ostream& out) {
+  TextOutput text(out);
+  text << "# " << mesh.Name() << ", written by kly: +Y up, +Z toward the viewer, "
+       << "counter-clockwise front faces";
+  text.EndLine();
+  if (!material_library.empty()) {
+    text << "mtllib " << material_library;
+    text.EndLine();
   }
-  LineBuffer& operator<<(const std::string& text) {
-    text_ += text;
-    return *this;
+  text << "o " << mesh.Name();
+  text.EndLine();
+  for (const FileVertex& vertex : mesh.Vertices()) {
+    text << "v";
+    text.Floats(vertex.position).EndLine();
   }
-  // Floats in their shortest exact form: the values are 32-bit like every other format's.
-  LineBuffer& Number(double value) {
-    char digits[32];
-    const auto result = std::to_chars(digits, digits + sizeof digits, static_cast<float>(value));
-    text_.append(digits, result.ptr);
-    return *this;
+  for (const FileVertex& vertex : mesh.Vertices()) {
+    text << "vt " << vertex.uv[0] << " " << FileFloat(1.0 - vertex.uv[1]);
+    text.EndLine();
   }
-  LineBuffer& Index(uint32_t value) {
-    char digits[16];
-    const auto result = std::to_chars(digits, digits + sizeof digits, value);
-    text_.append(digits, result.ptr);
-    return *this;
+  for (const FileVertex& vertex : mesh.Vertices()) {
+    text << "vn";
+    text.Floats(vertex.normal).EndLine();
   }
-  void EndLine() {
-    text_ += '\n';
-    if (text_.size() >= kFlushSize) Flush();
-  }
-
- private:
-  static constexpr size_t kFlushSize = 1 << 20;
-  void Flush() {
-    out_.write(text_.data(), static_cast<std::streamsize>(text_.size()));
-    text_.clear();
-  }
-
-  std::ostream& out_;
-  std::string text_;
-};
-
-}  // namespace
-
-void WriteObj(const ExportMesh& mesh, std::ostream& out) {
-  LineBuffer lines(out);
-  lines << "# " << mesh.Name() << ", written by kly: +Y up, +Z toward the viewer, "
-        << "counter-clockwise front faces";
-  lines.EndLine();
-  lines << "o " << mesh.Name();
-  lines.EndLine();
-  for (uint32_t v = 0; v < mesh.VertexCount(); ++v) {
-    const ORT_Vector3T<double> p = mesh.Position(v);
-    lines << "v ";
-    lines.Number(p.x) << " ";
-    lines.Number(p.y) << " ";
-    lines.Number(p.z);
-    lines.EndLine();
-  }
-  for (uint32_t v = 0; v < mesh.VertexCount(); ++v) {
-    const ORT_Vector2T<double> uv = mesh.Uv(v);
-    lines << "vt ";
-    lines.Number(uv.x) << " ";
-    lines.Number(1.0 - uv.y);
-    lines.EndLine();
-  }
-  for (uint32_t v = 0; v < mesh.VertexCount(); ++v) {
-    const ORT_Vector3T<double> n = mesh.Normal(v);
-    lines << "vn ";
-    lines.Number(n.x) << " ";
-    lines.Number(n.y) << " ";
-    lines.Number(n.z);
-    lines.EndLine();
-  }
-  for (const ExportMesh::Group& group : mesh.Groups()) {
-    lines << "usemtl " << mesh.SlotName(group.slot);
-    lines.EndLine();
-    for (size_t i = 0; i < group.indices.size(); i += 3) {
-      lines << "f";
+  const std::vector<uint32_t>& indices = mesh.Indices();
+  for (const ExportMesh::Material& material : mesh.Materials()) {
+    text << "usemtl " << material.name;
+    text.EndLine();
+    const size_t end = 3 * (size_t{material.first_triangle} + material.triangle_count);
+    for (size_t i = 3 * size_t{material.first_triangle}; i < end; i += 3) {
+      text << "f";
       for (size_t k = 0; k < 3; ++k) {
         // OBJ counts from 1; position, UV and normal share the index.
-        const uint32_t index = group.indices[i + k] + 1;
-        lines << " ";
-        lines.Index(index) << "/";
-        lines.Index(index) << "/";
-        lines.Index(index);
+        const uint32_t index = indices[i + k] + 1;
+        text << " " << index << "/" << index << "/" << index;
       }
-      lines.EndLine();
+      text.EndLine();
     }
   }
 }

@@ -1,15 +1,17 @@
-// Wavefront OBJ: v, vt (V flipped to run up the image), vn, then one `usemtl` block of faces a
-// non-empty material slot. No .mtl file is written: the names only group the faces.
+// Wavefront OBJ, text: positions, UVs (V up) and normals, one of each a shared vertex, and faces
+// grouped by `usemtl <material>`.
 #pragma once
 
 #include <ostream>
+#include <string>
 
 #include "cli/writers/export_mesh.h"
 
 namespace kly {
 namespace cli {
 
-void WriteObj(const ExportMesh& mesh, std::ostream& out);
+// `material_library` names the .mtl beside the file in a `mtllib` line; empty writes none.
+void WriteObj(const ExportMesh& mesh, const std::string& material_library, std::ostream& out);
 
 }  // namespace cli
 }  // namespace kly

@@ -1,5 +1,5 @@
-// PLY, binary little-endian: per vertex x y z nx ny nz s t as 32-bit floats (t = 1 - V, so it
-// runs up the image), per face a list of three 32-bit indices. Material slots are not kept.
+// PLY, binary little-endian or ASCII: one vertex element of positions, normals and UVs (`s`,
+// `t`, with V up), and one face element of index triples; no materials.
 #pragma once
 
 #include <ostream>
@@ -9,7 +9,7 @@
 namespace kly {
 namespace cli {
 
-void WritePly(const ExportMesh& mesh, std::ostream& out);
+void WritePly(const ExportMesh& mesh, bool ascii, std::ostream& out);
 
 }  // namespace cli
 }  // namespace kly

@@ -1,5 +1,5 @@
-// Binary STL: an 80-byte header, the triangle count, and per triangle its outward unit normal
-// and three corners as 32-bit floats. STL has neither UVs, shared vertices nor materials.
+// STL: triangles with their outward face normals; no UVs, no materials. Binary (an 80-byte
+// header, a count and 50 bytes a triangle) or ASCII (`solid`, `facet normal`, `outer loop`).
 #pragma once
 
 #include <ostream>
@@ -9,7 +9,7 @@
 namespace kly {
 namespace cli {
 
-void WriteStl(const ExportMesh& mesh, std::ostream& out);
+void WriteStl(const ExportMesh& mesh, bool ascii, std::ostream& out);
 
 }  // namespace cli
 }  // namespace kly

@@ -44,6 +44,18 @@ std::vector<std::array<double, N>> ReadAccessor(const tinygltf::Model& model, in
   return values;
 }
 
+// Text files hold floats: numbers are read as a float consumer reads them.
+template <size_t N>
+std::array<double, N> ReadFloats(std::istream& in) {
+  std::array<double, N> values;
+  for (double& value : values) {
+    float f = 0.0f;
+    in >> f;
+    value = f;
+  }
+  return values;
+}
+
 Vec3 Minus(const Vec3& a, const Vec3& b) {
   return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
 }
@@ -59,11 +71,11 @@ ReadMesh ReadObj(const std::string& text) {
     std::istringstream words(line);
     std::string kind;
     words >> kind;
-    Vec3 v;
-    if (kind == "v" && words >> v[0] >> v[1] >> v[2]) mesh.positions.push_back(v);
-    if (kind == "vn" && words >> v[0] >> v[1] >> v[2]) mesh.normals.push_back(v);
-    if (kind == "vt" && words >> v[0] >> v[1]) mesh.uvs.push_back({v[0], v[1]});
+    if (kind == "v") mesh.positions.push_back(ReadFloats<3>(words));
+    if (kind == "vn") mesh.normals.push_back(ReadFloats<3>(words));
+    if (kind == "vt") mesh.uvs.push_back(ReadFloats<2>(words));
     if (kind == "usemtl") words >> group;
+    if (kind == "mtllib") words >> mesh.material_library;
     if (kind != "f") continue;
     std::array<uint32_t, 3> triangle;
     for (uint32_t& index : triangle) {
@@ -90,16 +102,39 @@ ReadMesh ReadPly(const std::string& bytes) {
   size_t vertex_count = 0;
   size_t face_count = 0;
   std::vector<std::string> properties;
+  bool ascii = false;
   while (std::getline(header, line)) {
     std::istringstream words(line);
     std::string kind, first, second;
     words >> kind >> first >> second;
-    if (kind == "format") EXPECT_EQ(first, "binary_little_endian");
+    if (kind == "format") {
+      ascii = first == "ascii";
+      EXPECT_TRUE(ascii || first == "binary_little_endian") << first;
+    }
     if (kind == "element") (first == "vertex" ? vertex_count : face_count) = std::stoul(second);
     if (kind == "property" && first == "float") properties.push_back(second);
   }
   EXPECT_EQ(properties, (std::vector<std::string>{"x", "y", "z", "nx", "ny", "nz", "s", "t"}));
   size_t at = header_end + std::strlen("end_header\n");
+  if (ascii) {
+    std::istringstream numbers(bytes.substr(at));
+    for (size_t v = 0; v < vertex_count; ++v) {
+      mesh.positions.push_back(ReadFloats<3>(numbers));
+      mesh.normals.push_back(ReadFloats<3>(numbers));
+      mesh.uvs.push_back(ReadFloats<2>(numbers));
+    }
+    for (size_t f = 0; f < face_count; ++f) {
+      uint32_t count;
+      std::array<uint32_t, 3> triangle;
+      numbers >> count >> triangle[0] >> triangle[1] >> triangle[2];
+      EXPECT_EQ(count, 3u);
+      mesh.triangles.push_back(triangle);
+    }
+    EXPECT_TRUE(numbers) << "the ASCII body ends early";
+    std::string rest;
+    EXPECT_FALSE(numbers >> rest) << "text after the last face: " << rest;
+    return mesh;
+  }
   for (size_t v = 0; v < vertex_count; ++v, at += 32) {
     mesh.positions.push_back(ReadFloat3(bytes, at));
     mesh.normals.push_back(ReadFloat3(bytes, at + 12));
@@ -114,9 +149,41 @@ ReadMesh ReadPly(const std::string& bytes) {
   return mesh;
 }
 
-ReadMesh ReadStl(const std::string& bytes) {
+namespace {
+
+ReadMesh ReadAsciiStl(const std::string& text) {
   ReadMesh mesh;
-  EXPECT_NE(bytes.compare(0, 5, "solid"), 0) << "a binary STL must not open like a text one";
+  std::istringstream words(text);
+  std::string word, name;
+  words >> word >> name;
+  EXPECT_EQ(word, "solid");
+  while (words >> word && word == "facet") {
+    words >> word;
+    EXPECT_EQ(word, "normal");
+    mesh.face_normals.push_back(ReadFloats<3>(words));
+    words >> word >> name;
+    EXPECT_EQ(word + " " + name, "outer loop");
+    const uint32_t first = static_cast<uint32_t>(mesh.positions.size());
+    for (int k = 0; k < 3; ++k) {
+      words >> word;
+      EXPECT_EQ(word, "vertex");
+      mesh.positions.push_back(ReadFloats<3>(words));
+    }
+    mesh.triangles.push_back({first, first + 1, first + 2});
+    words >> word;
+    EXPECT_EQ(word, "endloop");
+    words >> word;
+    EXPECT_EQ(word, "endfacet");
+  }
+  EXPECT_EQ(word, "endsolid");
+  return mesh;
+}
+
+}  // namespace
+
+ReadMesh ReadStl(const std::string& bytes) {
+  if (bytes.compare(0, 6, "solid ") == 0) return ReadAsciiStl(bytes);
+  ReadMesh mesh;
   const uint32_t count = bytes.size() >= 84 ? ReadU32(bytes, 80) : 0;
   EXPECT_EQ(bytes.size(), 84u + 50u * count);
   for (uint32_t t = 0; t < count; ++t) {
@@ -149,7 +216,12 @@ ReadMesh ReadGlb(const std::string& bytes, tinygltf::Model* model_out) {
     for (const tinygltf::Primitive& primitive : model.meshes[0].primitives) {
       EXPECT_EQ(primitive.mode, TINYGLTF_MODE_TRIANGLES);
       EXPECT_EQ(primitive.attributes.at("POSITION"), first.attributes.at("POSITION"));
-      const auto indices = ReadAccessor<uint32_t, 1>(model, primitive.indices);
+      const int type = model.accessors[primitive.indices].componentType;
+      EXPECT_TRUE(type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT ||
+                  type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT);
+      const auto indices = type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT
+                               ? ReadAccessor<uint16_t, 1>(model, primitive.indices)
+                               : ReadAccessor<uint32_t, 1>(model, primitive.indices);
       for (size_t i = 0; i + 2 < indices.size(); i += 3) {
         mesh.triangles.push_back({static_cast<uint32_t>(indices[i][0]),
                                   static_cast<uint32_t>(indices[i + 1][0]),
@@ -160,6 +232,21 @@ ReadMesh ReadGlb(const std::string& bytes, tinygltf::Model* model_out) {
   }
   if (model_out) *model_out = model;
   return mesh;
+}
+
+std::map<std::string, Vec3> ReadMtl(const std::string& text) {
+  std::map<std::string, Vec3> colors;
+  std::istringstream lines(text);
+  std::string line, name;
+  while (std::getline(lines, line)) {
+    std::istringstream words(line);
+    std::string kind;
+    words >> kind;
+    if (kind == "newmtl") words >> name;
+    Vec3 kd;
+    if (kind == "Kd" && words >> kd[0] >> kd[1] >> kd[2]) colors[name] = kd;
+  }
+  return colors;
 }
 
 std::string FileContents(const std::string& path) {

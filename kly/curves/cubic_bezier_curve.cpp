@@ -114,7 +114,9 @@ double KLY_CubicBezierCurve::ArcLength(uint32_t minDepth, uint32_t maxDepth) {
     Vec3 point;
     Eval(parameters[i], point);
     const Vec3 chord = point - previous;
-    length += std::sqrt(Dot(chord, chord));
+    // Past 1e154 the squares overflow; hypot scales instead (and is slower, so only then).
+    const double squared = Dot(chord, chord);
+    length += std::isfinite(squared) ? std::sqrt(squared) : std::hypot(chord.x, chord.y, chord.z);
     previous = point;
   }
   return length;

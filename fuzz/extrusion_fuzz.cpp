@@ -21,31 +21,13 @@
 #include <cstring>
 #include <vector>
 
+#include "fuzz/byte_reader.h"
 #include "kly/extrusion/extrusion.h"
 #include "kly/host/services.h"
 
 namespace {
 
 using Vec3 = ORT_Vector3T<double>;
-
-class ByteReader {
- public:
-  ByteReader(const uint8_t* data, size_t size) : data_(data), size_(size) {}
-  uint8_t Byte() { return at_ < size_ ? data_[at_++] : 0; }
-  int16_t Int16() { return static_cast<int16_t>(Byte() | (Byte() << 8)); }
-  double Raw() {
-    uint64_t bits = 0;
-    for (int i = 0; i < 8; ++i) bits |= static_cast<uint64_t>(Byte()) << (8 * i);
-    double value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-  }
-
- private:
-  const uint8_t* data_;
-  size_t size_;
-  size_t at_ = 0;
-};
 
 // Small integers make duplicates and collinear points common; raw doubles bring NaN,
 // infinities, subnormals and huge values; the scaled forms reach both ends of the range.

@@ -11,28 +11,10 @@
 #include <cstdint>
 #include <cstring>
 
+#include "fuzz/byte_reader.h"
 #include "kly/tess/triangulate.h"
 
 namespace {
-
-class ByteReader {
- public:
-  ByteReader(const uint8_t* data, size_t size) : data_(data), size_(size) {}
-  uint8_t Byte() { return at_ < size_ ? data_[at_++] : 0; }
-  int16_t Int16() { return static_cast<int16_t>(Byte() | (Byte() << 8)); }
-  double Raw() {
-    uint64_t bits = 0;
-    for (int i = 0; i < 8; ++i) bits |= static_cast<uint64_t>(Byte()) << (8 * i);
-    double value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-  }
-
- private:
-  const uint8_t* data_;
-  size_t size_;
-  size_t at_ = 0;
-};
 
 // Small integers make collinear and cocircular points common; raw doubles bring NaN,
 // infinities, subnormals and huge values; the scaled forms test the extremes of the range.

@@ -224,11 +224,12 @@ TEST(ExtrusionMaterials, SlotsZeroToThreeCopyInAndOut) {
   }
 }
 
-TEST(ExtrusionMaterials, IndexFourOrMoreReportsAndThrowsThree) {
+TEST(ExtrusionMaterials, IndexOutsideTheFourSlotsReportsAndThrowsThree) {
   // NUT_ReportFailedVerification reports its text under its own id with flags 8.
   const kly::testing::Report expected{NUT_kFailedVerificationId, 8,
                                       "invalid extrusion material index."};
-  for (int32_t index : {4, 5, 1000}) {
+  // Past the four slots, and before them: a negative index must not write before the table.
+  for (int32_t index : {4, 5, 1000, -1, -1000}) {
     ReportCapture capture;
     TestExtrusion e = CleanExtrusion();
     const KLY_Material given = NamedMaterial("x", 0.5);

@@ -29,6 +29,11 @@ void Store(T& field, T value, bool& dirty) {
   field = value;
 }
 
+// A negative index fails as one past the slots does, rather than writing before the table.
+bool IsMaterialSlot(int32_t index) {
+  return index >= 0 && index < static_cast<int32_t>(KLY_Extrusion::kNumMaterials);
+}
+
 }  // namespace
 
 KLY_Extrusion::KLY_Extrusion() {
@@ -100,7 +105,7 @@ void KLY_Extrusion::ClearContours() {
 }
 
 void KLY_Extrusion::SetMaterial(int32_t index, const KLY_Material& material) {
-  if (index >= static_cast<int32_t>(kNumMaterials)) {
+  if (!IsMaterialSlot(index)) {
     NUT_ReportFailedVerification(0, kSetMaterialLine, 0, "invalid extrusion material index.");
     throw KLY_kErrIndex;
   }
@@ -108,7 +113,7 @@ void KLY_Extrusion::SetMaterial(int32_t index, const KLY_Material& material) {
 }
 
 void KLY_Extrusion::GetMaterial(int32_t index, KLY_Material& out) const {
-  if (index >= static_cast<int32_t>(kNumMaterials)) {
+  if (!IsMaterialSlot(index)) {
     NUT_ReportFailedVerification(0, kGetMaterialLine, 0, "invalid extrusion material index.");
     throw KLY_kErrIndex;
   }

@@ -72,7 +72,7 @@ class KLY_Extrusion : public KLY_Mesh {
   std::vector<KLY_Contour>::const_iterator beginContours() const { return contours.begin(); }
   std::vector<KLY_Contour>::const_iterator endContours() const { return contours.end(); }
 
-  // Slots 0 to 3; an index of 4 or more reports "invalid extrusion material index." and
+  // Slots 0 to 3; any other index reports "invalid extrusion material index." and
   // throws 3. Neither sets dirty.
   void SetMaterial(int32_t index, const KLY_Material& material);
   void GetMaterial(int32_t index, KLY_Material& out) const;

@@ -1,6 +1,6 @@
 // The first stage of writing a file: the library's triangles as a file will hold them. Positions
 // and UVs are rounded to the file's floats and positions turned into the file's frame (see
-// export_mesh.h); a triangle with no area in those floats draws nothing and has no normal, so it
+// file_numbers.h); a triangle with no area in those floats draws nothing and has no normal, so it
 // is dropped; what remains has a unit outward face normal.
 #pragma once
 

@@ -77,7 +77,9 @@ BufferLayout Layout(const ExportMesh& mesh) {
   layout.indices = mesh.Indices().size() * layout.index_size;
   // The binary chunk and the whole file carry 32-bit lengths; keep room for the JSON.
   if (layout.Total() > std::numeric_limits<uint32_t>::max() - (1u << 20)) {
-    throw std::runtime_error("the mesh is too large for a .glb file (4 GiB at most)");
+    throw std::runtime_error(
+        "the mesh would pass the 4 GiB that a .glb file can hold; use fewer divisions or "
+        "subdivisions, or .ply or .stl");
   }
   return layout;
 }

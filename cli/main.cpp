@@ -1,11 +1,13 @@
 // `kly`: builds the library's solids from the command line and writes them as .glb, .obj, .stl
 // or .ply. Every failure ends in one line on stderr and a non-zero exit: 2 for a command line
 // that does not parse, 1 for anything that goes wrong after.
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -13,8 +15,10 @@
 #include "cli/commands/cylinder_command.h"
 #include "cli/commands/plane_command.h"
 #include "cli/commands/sphere_command.h"
+#include "cli/options/argument_spelling.h"
 #include "cli/runtime/failure_text.h"
 #include "cli/runtime/library_session.h"
+#include "cli/runtime/notes.h"
 #include "cli/writers/pending_file.h"
 
 namespace {
@@ -27,6 +31,32 @@ int Fail(const std::string& line) {
   return kExitFailure;
 }
 
+int FailUsage(const CLI::App& app, const CLI::ParseError& e) {
+  // CLI11 says "A subcommand is required" when none is given.
+  const bool no_command =
+      app.get_subcommands().empty() && dynamic_cast<const CLI::RequiredError*>(&e) != nullptr;
+  const std::string line = no_command
+                               ? "a command is required; expected " + kly::cli::CommandList(app)
+                               : std::string(e.what());
+  std::fprintf(stderr, "kly: %s (see kly --help)\n", line.c_str());
+  return kExitUsage;
+}
+
+void AddCommands(CLI::App& app) {
+  kly::cli::AddCubeCommand(app);
+  kly::cli::AddSphereCommand(app);
+  kly::cli::AddCylinderCommand(app);
+  kly::cli::AddPlaneCommand(app);
+}
+
+// The library's reports on a run that succeeded: what it warned about along the way.
+void PrintReports(const kly::cli::LibrarySession& session) {
+  if (kly::cli::Quiet()) return;
+  for (const std::string& report : session.Reports()) {
+    std::fprintf(stderr, "kly: the library reported: %s\n", report.c_str());
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -37,20 +67,19 @@ int main(int argc, char** argv) {
       "kly");
   kly::cli::RemovePendingFilesOnSignals();
   app.require_subcommand(1);
+  app.set_version_flag("--version", "kly " KLY_VERSION, "Print the version and exit");
   app.get_formatter()->column_width(32);
-  kly::cli::AddCubeCommand(app);
-  kly::cli::AddSphereCommand(app);
-  kly::cli::AddCylinderCommand(app);
-  kly::cli::AddPlaneCommand(app);
+  AddCommands(app);
 
   std::unique_ptr<kly::cli::LibrarySession> session;
   try {
+    std::vector<std::string> arguments = kly::cli::SpelledArguments(app, argc, argv);
+    std::reverse(arguments.begin(), arguments.end());  // as CLI11 takes them
     session = std::make_unique<kly::cli::LibrarySession>();
-    app.parse(argc, argv);
+    app.parse(arguments);
   } catch (const CLI::ParseError& e) {
     if (e.get_exit_code() == 0) return app.exit(e);
-    std::fprintf(stderr, "kly: %s (see kly --help)\n", e.what());
-    return kExitUsage;
+    return FailUsage(app, e);
   } catch (const kly::cli::LibraryFailure& e) {
     return Fail(e.Stage() +
                 " failed: " + kly::cli::DescribeFailure(e.Number(), session->LastReport()));
@@ -61,8 +90,6 @@ int main(int argc, char** argv) {
   } catch (const std::exception& e) {
     return Fail(e.what());
   }
-  for (const std::string& report : session->Reports()) {
-    std::fprintf(stderr, "kly: the library reported: %s\n", report.c_str());
-  }
+  PrintReports(*session);
   return 0;
 }

@@ -11,10 +11,13 @@ namespace cli {
 
 namespace {
 
+// Face order of the library: z = -Z faces the viewer, y = -Y is the top.
+const std::vector<std::string> kSlots = {"front", "back", "left", "right", "top", "bottom"};
+
 struct CubeSettings {
   ORT_Vector3T<double> dimensions{1.0, 1.0, 1.0};
   uint32_t divisions = 4;
-  MeshOptions mesh;
+  SolidOptions options;
 };
 
 }  // namespace
@@ -28,21 +31,19 @@ void AddCubeCommand(CLI::App& app) {
   AddVectorOption(
       *command, "--dimensions", settings->dimensions,
       "Half extents: the box spans -X to X, -Y to Y and -Z to Z. A negative value mirrors "
-      "the box, which turns it inside out");
+      "the box, which turns it inside out",
+      kFileFloats);
   AddCountOption(*command, "--divisions", settings->divisions, 1, 1000000,
                  "Quads along each edge of each face: 12*N*N triangles");
-  AddMeshOptions(*command, settings->mesh);
+  AddSolidOptions(*command, settings->options, kSlots);
   command->callback([settings] {
     KLY_Cube cube;
     cube.SetDimensions(settings->dimensions);
     cube.SetDivisions(settings->divisions);
     const double n = settings->divisions;
-    SolidJob job{"cube",
-                 "cube (" + std::to_string(settings->divisions) + " divisions)",
-                 // Face order of the library: z = -Z faces the viewer, y = -Y is the top.
-                 {"front", "back", "left", "right", "top", "bottom"},
-                 12.0 * n * n};
-    RunSolid(cube, job, settings->mesh);
+    const SolidJob job{"cube", "cube (" + std::to_string(settings->divisions) + " divisions)",
+                       kSlots, "--dimensions", 12.0 * n * n};
+    RunSolid(cube, job, settings->options);
   });
 }
 

@@ -11,6 +11,8 @@ namespace cli {
 
 namespace {
 
+const std::vector<std::string> kSlots = {"side", "caps"};
+
 struct CylinderSettings {
   double top_radius = 1.0;
   double bottom_radius = 1.0;
@@ -22,7 +24,7 @@ struct CylinderSettings {
   double petal_amplitude = 0.0;
   double petal_power = 1.0;
   bool no_cap = false;
-  MeshOptions mesh;
+  SolidOptions options;
 };
 
 }  // namespace
@@ -34,10 +36,11 @@ void AddCylinderCommand(CLI::App& app) {
       "A tube standing on the origin along y, possibly tapered, whose cross-section is a circle, "
       "a superellipse or a petal shape; material slots: side, caps");
   AddNumberOption(*command, "--top-radius", settings->top_radius,
-                  "Radius at the top end; below 1e-5 it is raised to 1e-5");
+                  "Radius at the top end; below 1e-5 it is raised to 1e-5", kFileFloats);
   AddNumberOption(*command, "--bottom-radius", settings->bottom_radius,
-                  "Radius at the bottom end; below 1e-5 it is raised to 1e-5");
-  AddNumberOption(*command, "--height", settings->height, "Length along y, centred on the origin");
+                  "Radius at the bottom end; below 1e-5 it is raised to 1e-5", kFileFloats);
+  AddNumberOption(*command, "--height", settings->height, "Length along y, centred on the origin",
+                  kFileFloats);
   AddCountOption(*command, "--radial-divisions", settings->radial_divisions, 3, 100000000,
                  "Points around the cross-section");
   AddCountOption(*command, "--height-divisions", settings->height_divisions, 1, 100000000,
@@ -57,7 +60,7 @@ void AddCylinderCommand(CLI::App& app) {
   command->add_flag("--no-cap", settings->no_cap,
                     "Leave both ends open. Default: closed by caps, which go through the "
                     "tessellation engine");
-  AddMeshOptions(*command, settings->mesh);
+  AddSolidOptions(*command, settings->options, kSlots);
   command->callback([settings] {
     KLY_Cylinder cylinder;
     cylinder.SetTopRadius(settings->top_radius);
@@ -73,12 +76,11 @@ void AddCylinderCommand(CLI::App& app) {
     const double m = settings->height_divisions;
     // The side has 2mn triangles; each cap some n more, with the points the engine may add.
     const double triangles = 2.0 * m * n + (settings->no_cap ? 0.0 : 4.0 * n);
-    SolidJob job{"cylinder",
-                 "cylinder (" + std::to_string(settings->radial_divisions) + " x " +
-                     std::to_string(settings->height_divisions) + " divisions)",
-                 {"side", "caps"},
-                 triangles};
-    RunSolid(cylinder, job, settings->mesh);
+    const SolidJob job{"cylinder",
+                       "cylinder (" + std::to_string(settings->radial_divisions) + " x " +
+                           std::to_string(settings->height_divisions) + " divisions)",
+                       kSlots, "--top-radius, --bottom-radius or --height", triangles};
+    RunSolid(cylinder, job, settings->options);
   });
 }
 

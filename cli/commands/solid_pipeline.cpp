@@ -1,12 +1,18 @@
 #include "cli/commands/solid_pipeline.h"
 
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
 
+#include "cli/runtime/count_text.h"
 #include "cli/runtime/failure_text.h"
+#include "cli/runtime/mesh_stats.h"
+#include "cli/runtime/notes.h"
 #include "cli/runtime/progress.h"
+#include "cli/runtime/stats_report.h"
+#include "cli/writers/export_mesh.h"
 #include "cli/writers/mesh_writer.h"
 #include "cli/writers/pending_file.h"
 
@@ -15,14 +21,21 @@ namespace cli {
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
+// One mesh's file, and for an OBJ the material library beside it.
+struct OutputFile {
+  std::unique_ptr<PendingFile> mesh;
+  std::unique_ptr<PendingFile> materials;
+};
+
 void CheckSize(const SolidJob& job, const MeshOptions& options) {
-  // Each round of subdivision makes four triangles of one.
+  // Each round of subdivision makes four triangles of one; with at most 12 rounds the product
+  // stays far inside a double.
   const double triangles = job.triangles * std::pow(4.0, options.subdivide_rounds);
   if (triangles > kMaxTriangles) {
-    char text[96];
-    std::snprintf(text, sizeof text, "would have %.0f triangles, more than the limit of %.0f",
-                  triangles, kMaxTriangles);
-    throw std::runtime_error("this " + job.name + " " + text +
+    throw std::runtime_error("this " + job.name + " would have " + CountText(triangles) +
+                             " triangles, more than the limit of " + CountText(kMaxTriangles) +
                              "; use fewer divisions or subdivisions");
   }
 }
@@ -38,33 +51,59 @@ void RunStage(const std::string& stage, Body body) {
   }
 }
 
-void Write(const KLY_Mesh& mesh, const SolidJob& job, PendingFile& file) {
-  if (mesh.GetNumTriangles() == 0) {
-    std::fprintf(stderr, "kly: note: '%s' gets no triangles\n", file.Path().c_str());
+OutputFile CreateOutput(const std::string& path, const WriteOptions& write) {
+  OutputFile file;
+  file.mesh = std::make_unique<PendingFile>(path);
+  if (write.format == MeshFormat::kObj && path != kStandardOutput) {
+    file.materials = std::make_unique<PendingFile>(MaterialLibraryPath(path));
   }
-  MeshDescription description;
-  description.name = job.name;
-  description.slot_names = job.slot_names;
-  RunStage("writing " + file.Path(), [&] { WriteMeshFile(mesh, description, file); });
+  return file;
 }
 
-}  // namespace
-
-void RunSolid(KLY_Mesh& solid, const SolidJob& job, const MeshOptions& options) {
-  CheckSize(job, options);
-  std::unique_ptr<PendingFile> whole;
-  std::unique_ptr<PendingFile> front_file;
-  std::unique_ptr<PendingFile> back_file;
-  if (options.split) {
-    front_file = std::make_unique<PendingFile>(TaggedPath(options.output, "front"));
-    back_file = std::make_unique<PendingFile>(TaggedPath(options.output, "back"));
+std::vector<OutputFile> CreateOutputs(const SolidOptions& options) {
+  const std::string& path = options.output.path;
+  std::vector<OutputFile> files;
+  if (options.mesh.split) {
+    files.push_back(CreateOutput(TaggedPath(path, "front"), options.output.write));
+    files.push_back(CreateOutput(TaggedPath(path, "back"), options.output.write));
   } else {
-    whole = std::make_unique<PendingFile>(options.output);
+    files.push_back(CreateOutput(path, options.output.write));
   }
+  return files;
+}
 
-  // Set before the build, so the build's own update computes the face normals (and reports a
-  // degenerate triangle as the library does for any faceted mesh).
-  solid.SetFacet(options.facet);
+MeshStats Encode(const KLY_Mesh& mesh, const SolidJob& job, const SolidOptions& options,
+                 OutputFile& file) {
+  const WriteOptions& write = options.output.write;
+  const std::string& path = file.mesh->Path();
+  MeshStats stats;
+  RunStage("writing " + path, [&] {
+    try {
+      const ExportMesh exported(mesh, MeshDescription{job.name, job.slot_names, job.size_options},
+                                write);
+      std::ostream* materials = file.materials ? &file.materials->Stream() : nullptr;
+      const std::string library = file.materials ? FileName(file.materials->Path()) : "";
+      const WriteSummary summary =
+          EncodeMesh(exported, write, file.mesh->Stream(), materials, library);
+      stats = WrittenCounts(path, summary);
+      if (options.report.stats != StatsForm::kNone) MeasureShape(exported, stats);
+    } catch (const std::runtime_error& e) {
+      throw std::runtime_error("cannot write " + ShownPath(path) + ": " + e.what());
+    }
+  });
+  return stats;
+}
+
+void CommitAll(std::vector<OutputFile>& files) {
+  std::vector<PendingFile*> pending;
+  for (OutputFile& file : files) {
+    pending.push_back(file.mesh.get());
+    if (file.materials) pending.push_back(file.materials.get());
+  }
+  PendingFile::CommitTogether(pending);
+}
+
+void Build(KLY_Mesh& solid, const SolidJob& job, const MeshOptions& options) {
   RunStage("building " + job.label, [&] { solid.Update(); });
   for (uint32_t round = 1; round <= options.subdivide_rounds; ++round) {
     RunStage("subdividing, round " + std::to_string(round) + " of " +
@@ -72,16 +111,38 @@ void RunSolid(KLY_Mesh& solid, const SolidJob& job, const MeshOptions& options) 
              [&] { solid.Subdivide(); });
   }
   if (options.weld) RunStage("welding", [&] { solid.Weld(options.weld_tolerance); });
-  if (!options.split) {
-    Write(solid, job, *whole);
-    return;
-  }
+}
+
+std::vector<MeshStats> BuildAndEncode(KLY_Mesh& solid, const SolidJob& job,
+                                      const SolidOptions& options, std::vector<OutputFile>& files) {
+  Build(solid, job, options.mesh);
+  if (!options.mesh.split) return {Encode(solid, job, options, files[0])};
   KLY_Mesh front;
   KLY_Mesh back;
-  RunStage("splitting",
-           [&] { KLY_Mesh::SplitMesh(solid, LibraryPlane(options.split_plane), front, back); });
-  Write(front, job, *front_file);
-  Write(back, job, *back_file);
+  RunStage("splitting", [&] {
+    KLY_Mesh::SplitMesh(solid, LibraryPlane(options.mesh.split_plane), front, back);
+  });
+  return {Encode(front, job, options, files[0]), Encode(back, job, options, files[1])};
+}
+
+}  // namespace
+
+void RunSolid(KLY_Mesh& solid, const SolidJob& job, SolidOptions& options) {
+  SettleSolidOptions(options);
+  SetQuiet(options.report.quiet);
+  const Clock::time_point start = Clock::now();
+  CheckSize(job, options.mesh);
+  std::vector<OutputFile> files = CreateOutputs(options);
+  const std::vector<MeshStats> stats = BuildAndEncode(solid, job, options, files);
+  CommitAll(files);
+  // Notes come after the commit, so that a failure stays the run's only line.
+  for (const MeshStats& file : stats) {
+    if (file.triangles == 0) Note(ShownPath(file.path) + " gets no triangles");
+  }
+  if (options.report.stats != StatsForm::kNone) {
+    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    PrintStats(stats, seconds, options.report.stats);
+  }
 }
 
 }  // namespace cli

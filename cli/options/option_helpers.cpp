@@ -1,24 +1,35 @@
 #include "cli/options/option_helpers.h"
 
-#include <charconv>
+#include <algorithm>
 #include <stdexcept>
 #include <vector>
-
-#include "cli/options/number_parse.h"
 
 namespace kly {
 namespace cli {
 
-std::string FormatNumber(double value) {
-  char buffer[32];
-  const auto result = std::to_chars(buffer, buffer + sizeof(buffer), value);
-  return std::string(buffer, result.ptr);
+namespace {
+
+std::string VectorExpectation(size_t count, const NumberRange& range) {
+  return std::to_string(count) + " numbers" + RangeText(range) + ", separated by commas";
+}
+
+}  // namespace
+
+std::string DisplayName(const std::string& names) {
+  const size_t comma = names.rfind(',');
+  return comma == std::string::npos ? names : names.substr(comma + 1);
+}
+
+CLI::ValidationError OptionError(const std::string& name, const std::string& problem,
+                                 const std::string& expected) {
+  return CLI::ValidationError(name, problem + "; expected " + expected);
 }
 
 CLI::Option* AddNumberOption(CLI::App& app, const std::string& name, double& target,
-                             const std::string& description) {
+                             const std::string& description, const NumberRange& range) {
   return AddParsedOption(
-             app, name, [&target](const std::string& text) { target = ParseNumber(text); },
+             app, name, "a number" + RangeText(range),
+             [&target, range](const std::string& text) { target = ParseNumber(text, range); },
              description)
       ->type_name("NUMBER")
       ->default_str(FormatNumber(target));
@@ -27,7 +38,7 @@ CLI::Option* AddNumberOption(CLI::App& app, const std::string& name, double& tar
 CLI::Option* AddCountOption(CLI::App& app, const std::string& name, uint32_t& target, uint32_t min,
                             uint32_t max, const std::string& description) {
   return AddParsedOption(
-             app, name,
+             app, name, "a whole number from " + std::to_string(min) + " to " + std::to_string(max),
              [&target, min, max](const std::string& text) { target = ParseCount(text, min, max); },
              description)
       ->type_name("N")
@@ -35,11 +46,11 @@ CLI::Option* AddCountOption(CLI::App& app, const std::string& name, uint32_t& ta
 }
 
 CLI::Option* AddVectorOption(CLI::App& app, const std::string& name, ORT_Vector3T<double>& target,
-                             const std::string& description) {
+                             const std::string& description, const NumberRange& range) {
   return AddParsedOption(
-             app, name,
-             [&target](const std::string& text) {
-               const std::vector<double> v = ParseVector(text, 3);
+             app, name, VectorExpectation(3, range),
+             [&target, range](const std::string& text) {
+               const std::vector<double> v = ParseVector(text, 3, range);
                target = ORT_Vector3T<double>{v[0], v[1], v[2]};
              },
              description)
@@ -49,16 +60,43 @@ CLI::Option* AddVectorOption(CLI::App& app, const std::string& name, ORT_Vector3
 }
 
 CLI::Option* AddVectorOption(CLI::App& app, const std::string& name, ORT_Vector2T<double>& target,
-                             const std::string& description) {
+                             const std::string& description, const NumberRange& range) {
   return AddParsedOption(
-             app, name,
-             [&target](const std::string& text) {
-               const std::vector<double> v = ParseVector(text, 2);
+             app, name, VectorExpectation(2, range),
+             [&target, range](const std::string& text) {
+               const std::vector<double> v = ParseVector(text, 2, range);
                target = ORT_Vector2T<double>{v[0], v[1]};
              },
              description)
       ->type_name("W,H")
       ->default_str(FormatNumber(target.x) + "," + FormatNumber(target.y));
+}
+
+CLI::Option* AddChoiceOption(CLI::App& app, const std::string& name, std::string& target,
+                             const std::vector<std::string>& choices,
+                             const std::string& description) {
+  std::string type;
+  for (const std::string& choice : choices) type += (type.empty() ? "" : "|") + choice;
+  return AddParsedOption(
+             app, name, ListInWords(choices, "or"),
+             [&target, choices](const std::string& text) {
+               if (std::find(choices.begin(), choices.end(), text) == choices.end()) {
+                 throw std::invalid_argument("'" + text + "' is not known");
+               }
+               target = text;
+             },
+             description)
+      ->type_name(type)
+      ->default_str(target);
+}
+
+std::string ListInWords(const std::vector<std::string>& words, const std::string& last_joint) {
+  std::string list;
+  for (size_t i = 0; i < words.size(); ++i) {
+    if (i > 0) list += i + 1 == words.size() ? " " + last_joint + " " : ", ";
+    list += words[i];
+  }
+  return list;
 }
 
 }  // namespace cli

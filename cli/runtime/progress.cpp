@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <exception>
 
+#include "cli/runtime/notes.h"
+
 namespace kly {
 namespace cli {
 
@@ -16,7 +18,7 @@ constexpr std::chrono::seconds kAnnounceAfter(1);
 
 StageProgress::StageProgress(std::string what)
     : what_(std::move(what)), exceptions_at_start_(std::uncaught_exceptions()) {
-  ticker_ = std::thread([this] { Watch(); });
+  if (!Quiet()) ticker_ = std::thread([this] { Watch(); });
 }
 
 StageProgress::~StageProgress() {
@@ -27,7 +29,7 @@ StageProgress::~StageProgress() {
     failed_ = std::uncaught_exceptions() > exceptions_at_start_;
   }
   finished_signal_.notify_one();
-  ticker_.join();
+  if (ticker_.joinable()) ticker_.join();
 }
 
 void StageProgress::Watch() {

@@ -1,7 +1,7 @@
 // Tells a user on stderr what a long stage is doing. The library builds synchronously on the
 // calling thread, so a small ticker thread watches the clock: a stage that has run for a second
 // is announced ("kly: building sphere (10 subdivisions)..."), and when it ends its time is
-// given. Quick stages print nothing.
+// given. Quick stages print nothing, and under --quiet no stage does.
 #pragma once
 
 #include <condition_variable>

@@ -54,10 +54,21 @@ TEST_F(CliMessagesTest, VersionComesFromTheProject) {
   EXPECT_EQ(run.err, "");
 }
 
-TEST_F(CliMessagesTest, EmptyValueGetsOneMessageWhateverTheOption) {
-  // "--name=" is read as an empty value, as "--name ''" is, never as "take the next argument".
-  const std::string empty = "empty value; expected ";
+TEST_F(CliMessagesTest, EmptyOrMissingValueGetsOneMessageWhateverTheOption) {
+  // "--name=" is read as an empty value, as "--name ''" is, and so is a value missing at the end
+  // or before another option: never is the next option taken as the value.
+  const std::string empty = "no value; expected ";
   ExpectRefusals({
+      {{"cube", "-o", "x.glb", "--divisions"},
+       "--divisions: " + empty + "a whole number from 1 to 1000000",
+       2},
+      {{"cube", "--divisions", "-o", "x.glb"},
+       "--divisions: " + empty + "a whole number from 1 to 1000000",
+       2},
+      {{"cube", "--weld", "--split=1,0,0,0", "-o", "x.glb"},
+       "--weld: " + empty + "a number of at least 1e-06",
+       2},
+      {{"cube", "-o"}, "--output: " + empty + "a path, or - for standard output", 2},
       {{"cube", "--divisions=", "-o", "x.glb"},
        "--divisions: " + empty + "a whole number from 1 to 1000000",
        2},

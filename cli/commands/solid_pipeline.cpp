@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <memory>
 #include <stdexcept>
 
@@ -77,7 +76,7 @@ MeshStats Encode(const KLY_Mesh& mesh, const SolidJob& job, const SolidOptions& 
   const WriteOptions& write = options.output.write;
   const std::string& path = file.mesh->Path();
   MeshStats stats;
-  RunStage("writing " + path, [&] {
+  RunStage("writing " + (path == kStandardOutput ? "standard output" : path), [&] {
     try {
       const ExportMesh exported(mesh, MeshDescription{job.name, job.slot_names, job.size_options},
                                 write);

@@ -11,26 +11,22 @@ bool IsOption(const std::string& argument) {
   return !argument.empty() && argument[0] == '-';
 }
 
-// Whether `name` ("-o", "--weld") is an option of `command` that takes a value.
-bool TakesValue(const CLI::App* command, const std::string& name) {
-  const CLI::Option* option = command ? command->get_option_no_throw(name) : nullptr;
-  return option && option->get_items_expected_max() > 0;
+// The option of `command` that `argument` names ("-o", "--weld", "--weld=1"), or null.
+const CLI::Option* FindOption(const CLI::App* command, const std::string& argument) {
+  if (!command || !IsOption(argument)) return nullptr;
+  return command->get_option_no_throw(argument.substr(0, argument.find('=')));
 }
 
-// Appends `argument` to `out`, split at its first '=' where a short option of `command` that
-// takes a value, or a long one with an empty value, is spelled with one.
-void Spell(const CLI::App* command, const std::string& argument, std::vector<std::string>& out) {
+// Appends `argument`, which names `option` with an '=', split there for a short option
+// ("-o=PATH") or for an empty value ("--weld=").
+void SpellWithEquals(const std::string& argument, std::vector<std::string>& out) {
   const size_t equals = argument.find('=');
-  const bool is_short = argument.size() > 1 && argument[0] == '-' && argument[1] != '-';
-  const bool is_long = argument.rfind("--", 0) == 0;
-  const std::string name = argument.substr(0, equals);
-  const bool split = equals != std::string::npos && TakesValue(command, name) &&
-                     ((is_short && equals == 2) || (is_long && equals + 1 == argument.size()));
-  if (!split) {
+  const bool is_short = argument[1] != '-';
+  if (!is_short && equals + 1 != argument.size()) {
     out.push_back(argument);
     return;
   }
-  out.push_back(name);
+  out.push_back(argument.substr(0, equals));
   out.push_back(argument.substr(equals + 1));
 }
 
@@ -50,10 +46,11 @@ std::string CommandList(const CLI::App& app) {
 }
 
 std::vector<std::string> SpelledArguments(const CLI::App& app, int argc, char** argv) {
+  const std::vector<std::string> given(argv + 1, argv + argc);
   std::vector<std::string> arguments;
   const CLI::App* command = nullptr;
-  for (int i = 1; i < argc; ++i) {
-    const std::string argument = argv[i];
+  for (size_t i = 0; i < given.size(); ++i) {
+    const std::string& argument = given[i];
     if (!command && !IsOption(argument)) {
       command = FindCommand(app, argument);
       if (!command) {
@@ -61,7 +58,18 @@ std::vector<std::string> SpelledArguments(const CLI::App& app, int argc, char** 
                                    CommandList(app));
       }
     }
-    Spell(command, argument, arguments);
+    const CLI::Option* option = FindOption(command, argument);
+    if (!option || option->get_items_expected_max() == 0) {
+      arguments.push_back(argument);
+    } else if (argument.find('=') != std::string::npos) {
+      SpellWithEquals(argument, arguments);
+    } else {
+      arguments.push_back(argument);
+      // A value it must have is missing at the end or before another option: CLI11 would take
+      // that option as the value, or say "1 required N missing".
+      const bool missing = i + 1 == given.size() || FindOption(command, given[i + 1]);
+      if (option->get_items_expected_min() > 0 && missing) arguments.push_back("");
+    }
   }
   return arguments;
 }

@@ -1,7 +1,7 @@
 // Options that parse strictly (see number_parse.h) and show their default in --help. A value
 // that does not parse stops the command line with one line naming the option, the problem and
 // what the option expects: "--divisions: '-3' is negative; expected a whole number from 1 to
-// 1000000". An empty value gets the same line with "empty value" as its problem, whatever the
+// 1000000". An empty value gets the same line with "no value" as its problem, whatever the
 // option.
 #pragma once
 
@@ -35,7 +35,7 @@ CLI::Option* AddParsedOption(CLI::App& app, const std::string& names, const std:
   return app.add_option_function<std::string>(
       names,
       [name, expected, parse](const std::string& text) {
-        if (text.empty()) throw OptionError(name, "empty value", expected);
+        if (text.empty()) throw OptionError(name, "no value", expected);
         try {
           parse(text);
         } catch (const std::invalid_argument& e) {

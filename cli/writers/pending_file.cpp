@@ -102,6 +102,7 @@ PendingFile::PendingFile(std::string path) : path_(std::move(path)) {
   }
   if (!stream_) {
     Abandon();
+    if (unnamed_descriptor_ >= 0) close(unnamed_descriptor_);
     Fail(path_, "the temporary file could not be opened");
   }
 }

@@ -61,8 +61,9 @@ void PrintReports(const kly::cli::LibrarySession& session) {
 
 int main(int argc, char** argv) {
   CLI::App app(
-      "Builds a solid and writes it by the output's extension: .glb (glTF 2.0 binary), .obj, "
-      ".stl or .ply. Files have +Y up, +Z toward the viewer and counter-clockwise front "
+      "Builds a solid and writes it by the output's extension (or --format): .glb (glTF 2.0 "
+      "binary), .obj, .stl or .ply. Files have +Y up, +Z toward the viewer and counter-clockwise "
+      "front "
       "faces. Run 'kly COMMAND --help' for the options of a command.",
       "kly");
   kly::cli::RemovePendingFilesOnSignals();

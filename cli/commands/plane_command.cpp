@@ -49,8 +49,8 @@ void AddPlaneCommand(CLI::App& app) {
                  "Quads along the height");
   AddNumberOption(*command, "--curvature", settings->curvature,
                   "Bend: 0 is flat, 1 or -1 a half cylinder; used clamped to -1 .. 1. Positive "
-                  "values bulge away from the viewer, negative ones toward. Values between "
-                  "-1e-9 and 1e-9 are built flat: their bend is below a file's precision");
+                  "values bulge away from the viewer, negative ones toward. Values smaller "
+                  "than 1e-9 in size are built flat: their bend is below a file's precision");
   AddChoiceOption(*command, "--curvature-axis", settings->axis, {"x", "y"},
                   "Axis the sheet bends along: x curls the width (the arc's axis runs along "
                   "y), y curls the height");

@@ -77,17 +77,6 @@ WriteSummary WriteMeshStreams(const KLY_Mesh& mesh, const MeshDescription& descr
                     material_library_name);
 }
 
-void WriteMeshFile(const KLY_Mesh& mesh, const MeshDescription& description, PendingFile& file) {
-  WriteOptions options;
-  options.format = FormatForPath(file.Path());
-  try {
-    WriteMeshStreams(mesh, description, options, file.Stream(), nullptr, "");
-  } catch (const std::runtime_error& e) {
-    throw std::runtime_error("cannot write '" + file.Path() + "': " + e.what());
-  }
-  file.Commit();
-}
-
 std::string TaggedPath(const std::string& path, const std::string& tag) {
   const size_t dot = ExtensionDot(path);
   if (dot == std::string::npos) return path + "." + tag;

@@ -7,7 +7,6 @@
 #include <string>
 
 #include "cli/writers/export_mesh.h"
-#include "cli/writers/pending_file.h"
 #include "cli/writers/write_options.h"
 
 namespace kly {
@@ -44,11 +43,6 @@ WriteSummary WriteMeshStreams(const KLY_Mesh& mesh, const MeshDescription& descr
                               const WriteOptions& options, std::ostream& out,
                               std::ostream* material_library,
                               const std::string& material_library_name);
-
-// Writes `mesh` into `file` in the format of its path, with the default options and no
-// material library, and commits it. Every std::runtime_error leaves as
-// "cannot write '<path>': <reason>".
-void WriteMeshFile(const KLY_Mesh& mesh, const MeshDescription& description, PendingFile& file);
 
 // The path with `tag` before its extension: ("out/cube.glb", "front") -> "out/cube.front.glb".
 std::string TaggedPath(const std::string& path, const std::string& tag);

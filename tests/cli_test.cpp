@@ -40,7 +40,7 @@ bool EveryCorner(const ReadMesh& mesh, Test test) {
   return true;
 }
 
-TEST_F(CliTest, CubeFromTheIssueOpensLitFromOutside) {
+TEST_F(CliTest, MainJobCubeOpensLitFromOutside) {
   const Outcome run = Kly({"cube", "--dimensions", "1,2,3", "--divisions", "8", "-o", "cube.glb"});
   ASSERT_EQ(run.exit_code, 0) << run.err;
   EXPECT_EQ(run.err, "");

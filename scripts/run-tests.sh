@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Sets up the machine, then builds and runs every test: Release, then AddressSanitizer and
+# Sets up the machine, then builds and runs every test: Release (with the Khronos glTF validator
+# on the .glb files of the command line's matrix), then AddressSanitizer and
 # UndefinedBehaviorSanitizer, then the installed package from a consumer project, then a short
 # fuzzing run of the tessellation engine and of the extrusion.
 set -euo pipefail
@@ -9,7 +10,12 @@ cd "$root"
 
 echo "== Release build and tests"
 "$root/scripts/build.sh" build/release -DKLY_BUILD_BENCH=ON
-ctest --test-dir build/release --output-on-failure -j "$(nproc)"
+# The command line's matrix test keeps each .glb it writes in build/glb for the validator.
+rm -rf build/glb
+KLY_GLB_DIR="$root/build/glb" ctest --test-dir build/release --output-on-failure -j "$(nproc)"
+
+echo "== The command line's .glb files through the Khronos glTF validator"
+"$root/scripts/validate-glb.sh" build/glb
 
 echo "== AddressSanitizer + UndefinedBehaviorSanitizer build and tests"
 "$root/scripts/build.sh" build/sanitize -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKLY_SANITIZE=ON \

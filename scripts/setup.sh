@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs everything KLY needs to build, test, benchmark and fuzz (Debian packages).
+# Installs everything KLY needs to build, test, benchmark and fuzz (Debian packages); node and
+# npm run the Khronos glTF validator on the command line's .glb files.
 set -euo pipefail
 SUDO=""
 if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
@@ -9,4 +10,4 @@ $SUDO apt-get install -y -qq --no-install-recommends \
   build-essential cmake git pkg-config clang libclang-rt-14-dev \
   libgtest-dev libgmock-dev libbenchmark-dev \
   libboost-dev libfreetype-dev libpolyclipping-dev libharfbuzz-dev fonts-dejavu-core \
-  libcli11-dev libtinygltf-dev nlohmann-json3-dev libcgal-dev >/dev/null
+  libcli11-dev libtinygltf-dev nlohmann-json3-dev libcgal-dev nodejs npm >/dev/null

@@ -1,6 +1,6 @@
 #!/usr/bin/env node
 // Validates .glb (and .gltf) files with the Khronos glTF validator and exits non-zero if any
-// file has an error, printing every error and warning with its JSON pointer.
+// file has an error or a warning, printing each with its JSON pointer.
 //
 //   npm install --prefix /tmp/gv gltf-validator
 //   GLTF_VALIDATOR_PREFIX=/tmp/gv node scripts/validate-gltf.mjs out/*.glb
@@ -43,7 +43,8 @@ for (const file of files) {
   }
   console.log(`${file}: ${numErrors} errors, ${numWarnings} warnings, ${numInfos} infos, ` +
               `${numHints} hints`);
-  if (numErrors > 0) ++failed;
+  // Warnings fail too: the files are meant to hold nothing a viewer would have to forgive.
+  if (numErrors + numWarnings > 0) ++failed;
 }
 if (failed > 0) {
   console.error(`${failed} of ${files.length} files failed validation`);

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -54,8 +55,23 @@ class CGFKPath {
   // the type array and the count. They stay valid while this path lives.
   void GetData(const float*& points, const int32_t*& types, int32_t& count) const;
 
+  // The path interface's transform. `matrix` is {a, b, c, d, tx, ty}: every point (x, y)
+  // becomes (a x + c y + tx, b x + d y + ty), the first two columns of an ORT_Matrix3 acting
+  // on row vectors. Returns 0 and sets `result` to the new path, or a non-zero status and
+  // leaves `result` alone. Calls the seam's `transform_path` (services.h).
+  int32_t Transform(const float matrix[6], std::unique_ptr<CGFKPath>& result) const;
+
  private:
   CPVKBezierPath path_;
 };
 
 }  // namespace HBN_T_NMT
+
+namespace kly {
+namespace host {
+// The standalone path transform, the seam's default: fails with NUT_kErrBadArgument when a
+// transformed point is not finite in single precision.
+int32_t TransformPath(const HBN_T_NMT::CGFKPath& path, const float matrix[6],
+                      std::unique_ptr<HBN_T_NMT::CGFKPath>& result);
+}  // namespace host
+}  // namespace kly

@@ -6,9 +6,14 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
+#include <vector>
 
+#include "kly/host/glyph_playback.h"
+#include "kly/host/hbn_paths.h"
 #include "kly/host/offset_path.h"
+#include "kly/host/path_playback.h"
 
 namespace kly {
 namespace host {
@@ -32,6 +37,20 @@ struct HostServices {
   std::function<int32_t(const float* points, const int32_t* types, int32_t count,
                         const OffsetPathSink& sink)>
       rework_path;
+  // Glyph playback behind GLF_PlayCharOutlines (glyph_playback.h). Default:
+  // kly::host::PlayCharOutlines on FreeType. Tests use it to play a scripted outline for any
+  // glyph and to record each call.
+  std::function<void(int glyph, const ORT_Matrix3& first, const ORT_Matrix3& second,
+                     TYE::GlyphOrientation orientation, const HBN_T_NMT::CTPKFontDict& font,
+                     const std::vector<float>& values, GLF_OutlinePlayer& player)>
+      play_char_outlines;
+  // The path transform behind HBN_T_NMT::CGFKPath::Transform (hbn_paths.h). Default:
+  // kly::host::TransformPath.
+  std::function<int32_t(const HBN_T_NMT::CGFKPath& path, const float matrix[6],
+                        std::unique_ptr<HBN_T_NMT::CGFKPath>& result)>
+      transform_path;
+  // Path playback behind PLB_PlayOutlines (path_playback.h). Default: kly::host::PlayOutlines.
+  std::function<void(const HBN_T_NMT::CGFKPath& path, PLB_OutlinePlayer& player)> play_outlines;
 };
 
 // The table in force. Never empty: unset entries fall back to the defaults.

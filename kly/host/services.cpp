@@ -37,6 +37,9 @@ HostServices DefaultServices() {
   services.allow_allocation = AllowEveryAllocation;
   services.offset_path = OffsetPath;
   services.rework_path = ReworkPath;
+  services.play_char_outlines = PlayCharOutlines;
+  services.transform_path = TransformPath;
+  services.play_outlines = PlayOutlines;
   return services;
 }
 
@@ -48,6 +51,9 @@ HostServices& Services() {
   if (!table.allow_allocation) table.allow_allocation = AllowEveryAllocation;
   if (!table.offset_path) table.offset_path = OffsetPath;
   if (!table.rework_path) table.rework_path = ReworkPath;
+  if (!table.play_char_outlines) table.play_char_outlines = PlayCharOutlines;
+  if (!table.transform_path) table.transform_path = TransformPath;
+  if (!table.play_outlines) table.play_outlines = PlayOutlines;
   return table;
 }
 

@@ -8,24 +8,14 @@
 #include <cmath>
 #include <string>
 
-#include "kly/host/nut.h"
+#include "kly/host/font_face.h"
 
 namespace kly {
 namespace host {
 namespace {
 
-// Report id of the glyph source's failures: the text engine's range, entry 1.
-constexpr uint32_t kGlyphSourceReportId = 0x470001;
-// Flag of an error report, as everywhere in the library.
-constexpr uint32_t kErrorReportFlag = 8;
 // A bound on the chords of one arc, so that a zero or absurd tolerance cannot exhaust memory.
 constexpr int kMaxChordsPerArc = 1024;
-
-[[noreturn]] void Fail(FT_Error status, const std::string& what) {
-  const std::string text = what + " (FreeType error " + std::to_string(status) + ")";
-  NUTp_ReportErrString(kGlyphSourceReportId, kErrorReportFlag, text.c_str());
-  throw static_cast<int32_t>(status);
-}
 
 OutlinePointKind KindOfTag(char tag) {
   switch (FT_CURVE_TAG(tag)) {
@@ -107,39 +97,29 @@ int CubicTo(const FT_Vector* control1, const FT_Vector* control2, const FT_Vecto
 }  // namespace
 
 struct GlyphOutlines::Face {
-  FT_Library library = nullptr;
-  FT_Face face = nullptr;
-  ~Face() {
-    if (face) FT_Done_Face(face);
-    if (library) FT_Done_FreeType(library);
-  }
+  std::shared_ptr<FontFace> font;
 
   // Loads `glyph` unscaled and unhinted; its outline stays valid until the next load.
   const FT_Outline* Load(int32_t glyph) const {
     const FT_Error status =
-        FT_Load_Glyph(face, static_cast<FT_UInt>(glyph),
+        FT_Load_Glyph(font->face, static_cast<FT_UInt>(glyph),
                       FT_LOAD_NO_SCALE | FT_LOAD_NO_HINTING | FT_LOAD_NO_BITMAP);
-    if (status != 0) Fail(status, "Cannot load glyph " + std::to_string(glyph));
-    if (face->glyph->format != FT_GLYPH_FORMAT_OUTLINE) return nullptr;
-    return &face->glyph->outline;
+    if (status != 0) FailFont(status, "Cannot load glyph " + std::to_string(glyph));
+    if (font->face->glyph->format != FT_GLYPH_FORMAT_OUTLINE) return nullptr;
+    return &font->face->glyph->outline;
   }
 };
 
-GlyphOutlines::GlyphOutlines(const char* font_path) : face_(new Face) {
-  FT_Error status = FT_Init_FreeType(&face_->library);
-  if (status != 0) Fail(status, "Cannot start the font engine");
-  status = FT_New_Face(face_->library, font_path, 0, &face_->face);
-  if (status != 0) Fail(status, std::string("Cannot open font ") + font_path);
-}
+GlyphOutlines::GlyphOutlines(const char* font_path) : face_(new Face{OpenFontFace(font_path, 0)}) {}
 
 GlyphOutlines::~GlyphOutlines() = default;
 
 int32_t GlyphOutlines::GlyphCount() const {
-  return static_cast<int32_t>(face_->face->num_glyphs);
+  return static_cast<int32_t>(face_->font->face->num_glyphs);
 }
 
 int32_t GlyphOutlines::UnitsPerEm() const {
-  return face_->face->units_per_EM;
+  return face_->font->face->units_per_EM;
 }
 
 std::vector<OutlineContour> GlyphOutlines::Contours(int32_t glyph) const {
@@ -171,7 +151,7 @@ std::vector<OutlinePolyline> GlyphOutlines::Polylines(int32_t glyph, double tole
   funcs.cubic_to = CubicTo;
   const FT_Error status =
       FT_Outline_Decompose(const_cast<FT_Outline*>(outline), &funcs, &flattener);
-  if (status != 0) Fail(status, "Cannot read the outline of glyph " + std::to_string(glyph));
+  if (status != 0) FailFont(status, "Cannot read the outline of glyph " + std::to_string(glyph));
   std::vector<OutlinePolyline> result;
   for (OutlinePolyline& line : flattener.polylines) {
     while (line.size() > 1 && line.back().x == line.front().x && line.back().y == line.front().y)

@@ -21,3 +21,7 @@
 #include "kly/solids/cylinder.h"
 #include "kly/solids/plane.h"
 #include "kly/solids/sphere.h"
+#include "kly/text/letter.h"
+#include "kly/text/text.h"
+#include "kly/text/vector_art.h"
+#include "kly/text/vector_art_collection.h"

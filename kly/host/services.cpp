@@ -40,6 +40,7 @@ HostServices DefaultServices() {
   services.play_char_outlines = PlayCharOutlines;
   services.transform_path = TransformPath;
   services.play_outlines = PlayOutlines;
+  services.shape_text = ShapeWithHarfBuzz;
   return services;
 }
 
@@ -54,6 +55,7 @@ HostServices& Services() {
   if (!table.play_char_outlines) table.play_char_outlines = PlayCharOutlines;
   if (!table.transform_path) table.transform_path = TransformPath;
   if (!table.play_outlines) table.play_outlines = PlayOutlines;
+  if (!table.shape_text) table.shape_text = ShapeWithHarfBuzz;
   return table;
 }
 

@@ -14,6 +14,7 @@
 #include "kly/host/hbn_paths.h"
 #include "kly/host/offset_path.h"
 #include "kly/host/path_playback.h"
+#include "kly/host/text_shaping.h"
 
 namespace kly {
 namespace host {
@@ -51,6 +52,9 @@ struct HostServices {
       transform_path;
   // Path playback behind PLB_PlayOutlines (path_playback.h). Default: kly::host::PlayOutlines.
   std::function<void(const HBN_T_NMT::CGFKPath& path, PLB_OutlinePlayer& player)> play_outlines;
+  // Shaping of one line of text (text_shaping.h). Default: kly::host::ShapeWithHarfBuzz. Tests
+  // use it to place scripted glyphs.
+  std::function<ShapedLine(const ShapingRequest& request)> shape_text;
 };
 
 // The table in force. Never empty: unset entries fall back to the defaults.

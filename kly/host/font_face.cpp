@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "kly/host/nut.h"
 
@@ -32,6 +34,9 @@ std::string UnopenableReason(const std::string& path) {
 
 [[noreturn]] void FailOpen(FT_Error status, const std::string& path) {
   const std::string file = "font file " + Quoted(path);
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error))
+    FailFont(status, "Cannot open " + file + ": it is a directory");
   switch (status) {
     case FT_Err_Cannot_Open_Resource:
     case FT_Err_Cannot_Open_Stream:

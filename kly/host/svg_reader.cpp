@@ -1,9 +1,13 @@
 #include "kly/host/svg_reader.h"
 
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 
 #include <pugixml.hpp>
+
+#include "kly/host/svg_walker.h"
 
 namespace kly {
 namespace host {
@@ -15,16 +19,21 @@ SvgDrawing ReadSvg(const std::string& text) {
     throw SvgError("not an SVG file: " + std::string(result.description()) + " at offset " +
                    std::to_string(result.offset));
   }
-  if (std::string(document.document_element().name()) != "svg") {
-    throw SvgError("not an SVG file: the root element is not <svg>");
+  const std::string root = document.document_element().name();
+  if (root != "svg") {
+    throw SvgError("not an SVG file: the root element is <" + root.substr(0, 40) + ">, not <svg>");
   }
-  return SvgDrawing();
+  SvgDrawing drawing;
+  SvgWalker(text, document).Read(drawing);
+  return drawing;
 }
 
 SvgDrawing ReadSvgFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
+  if (!file) throw SvgError("cannot read " + path + ": " + std::strerror(errno));
   std::ostringstream text;
-  if (!file || !(text << file.rdbuf())) throw SvgError("cannot read " + path);
+  text << file.rdbuf();
+  if (file.bad()) throw SvgError("cannot read " + path);
   return ReadSvg(text.str());
 }
 

@@ -24,7 +24,7 @@ std::string Quoted(const std::string& path) {
 }
 
 // Why FreeType could not open the file: the system's reason when the file cannot be opened at
-// all, else a plain "cannot be read" (a directory, a device).
+// all, else a plain "cannot be read" (a device, say).
 std::string UnopenableReason(const std::string& path) {
   std::FILE* file = std::fopen(path.c_str(), "rb");
   if (!file) return std::strerror(errno);

@@ -65,8 +65,10 @@ namespace host {
 // o = (horiBearingX - vertBearingX, horiBearingY + vertBearingY) from FreeType's unscaled glyph
 // metrics (the vertical bearings lead from the vertical origin to the top left corner of the
 // glyph's box, x rightwards and y downwards). Fonts without vertical metrics get bearings
-// FreeType makes up, with vertBearingX = horiBearingX - horiAdvance / 2, so o.x lies half the
-// advance from the horizontal origin.
+// FreeType makes up: vertBearingX = horiBearingX - horiAdvance / 2, so o.x lies half the
+// advance right of the horizontal origin, and vertBearingY = (vertAdvance - height) / 2 with
+// the typographic ascender minus descender as vertAdvance, which centres each glyph's box in
+// its cell (DejaVu Sans's 'l': o = (284, 1802)).
 //
 // `values` of a variable font are design coordinates, the i-th for the font's i-th axis
 // (CTPKFontDict::Axes): axes past the values take their default, values past the axes are

@@ -9,7 +9,7 @@ $SUDO apt-get update -qq
 $SUDO apt-get install -y -qq --no-install-recommends \
   build-essential cmake git pkg-config clang libclang-rt-14-dev \
   libgtest-dev libgmock-dev libbenchmark-dev \
-  libboost-dev libfreetype-dev libpolyclipping-dev libharfbuzz-dev libpugixml-dev fonts-dejavu-core fonts-dejavu-extra \
+  libboost-dev libfreetype-dev libpolyclipping-dev libharfbuzz-dev libpugixml-dev fonts-dejavu-core fonts-dejavu-extra fonts-inter-variable \
   libcli11-dev libtinygltf-dev nlohmann-json3-dev libcgal-dev >/dev/null
 # The glTF validator runs on node. A machine may already carry a node whose own npm conflicts
 # with Debian's npm package, so Debian's pair is installed only where there is no npm at all.

@@ -54,7 +54,7 @@ bool ReadChannel(SvgScanner& scanner, uint8_t& channel) {
   if (!scanner.ReadNumber(value)) return false;
   if (scanner.Peek() == '%') {
     scanner.Advance();
-    value *= 2.55;
+    value = value * 255.0 / 100.0;  // exact at 50%, where 2.55 falls just short of 127.5
   }
   if (std::isnan(value)) return false;
   channel = static_cast<uint8_t>(std::lround(std::clamp(value, 0.0, 255.0)));

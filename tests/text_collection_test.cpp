@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "kly/host/nut.h"
+#include "kly/host/text_shaping.h"
 #include "kly/text/text.h"
 #include "kly/text/vector_art_collection.h"
 #include "tests/testing/report_capture.h"
@@ -307,3 +308,49 @@ TEST(VectorArtCollection, BoundsAndCollapseCarryTheCoplanarOffset) {
 }
 
 }  // namespace
+
+TEST(Text, LettersOfDejaVuSansBuildAndCollapse) {
+  // "Ob": an outer contour and a hole each. Font units scaled by 0.01, each letter placed at
+  // its pen position by its postMatrix.
+  kly::host::ShapingRequest request;
+  request.font =
+      HBN_T_NMT::CTPKFontDict::FromFile("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf");
+  request.text = "Ob";
+  const kly::host::ShapedLine line = kly::host::ShapeText(request);
+  ASSERT_EQ(2u, line.glyphs.size());
+  const double scale = 0.01;
+  KLY_Text text;
+  double pen = 0.0;
+  for (const kly::host::ShapedGlyph& g : line.glyphs) {
+    KLY_Letter letter(static_cast<int>(g.glyph), Affine(scale, 0, 0, scale, 0, 0),
+                      Affine(1, 0, 0, 1, pen, 0), true, TYE::kGlyphHorizontal, request.font, {});
+    text.AddLetter(letter);
+    pen += g.x_advance * scale;
+  }
+  text.SetExtrusionDepth(5.0);
+  text.SetBevelStyle(KLY_Extrusion::BevelChamfer);
+  text.SetBevelDepth(0.3);
+  text.Update();
+
+  uint32_t triangles = 0;
+  for (int32_t i = 0; i < text.NumLetters(); ++i) {
+    uint32_t contours = 0;
+    text.GetLetter(i)->GetNumContours(contours);
+    EXPECT_EQ(2u, contours) << "letter " << i;
+    EXPECT_TRUE(text.GetLetter(i)->ClosedTwoManifold());
+    triangles += text.GetLetter(i)->GetNumTriangles();
+  }
+  KLY_Mesh out;
+  text.CollapseArrayToSingleElement(&out);
+  EXPECT_EQ(triangles, out.GetNumTriangles());
+  EXPECT_EQ(8u, out.NumMaterials());
+  for (auto t = out.beginTriangles(); t != out.endTriangles(); ++t) {
+    EXPECT_LT(t->material_index, 8u);
+    for (uint32_t corner : t->indices) ASSERT_LT(corner, out.GetNumVertices());
+  }
+  // Placed, the two letters side by side span the pen's advance; depth 5 plus a bevel 0.3 deep
+  // at front and back.
+  const KLY_Bounds placed = text.RecomputeLocalBounds();
+  EXPECT_GT(placed.max_x, pen * 0.9);
+  EXPECT_NEAR(5.6, placed.max_z - placed.min_z, 1e-9);
+}

@@ -86,11 +86,11 @@ TEST(TessStructure, SubsegmentsBondToTrianglesAndKeepTheInfectionBit) {
   Infect(t);
   TSBond(t, s);
   EXPECT_TRUE(Infected(t));
-  EXPECT_EQ(TSPivot(t).ss, s.ss);
-  EXPECT_TRUE(SameHandle(STPivot(s), t));
+  EXPECT_EQ(SubsegmentOnEdge(t).ss, s.ss);
+  EXPECT_TRUE(SameHandle(TriangleBeside(s), t));
   // The symmetric subsegment handle names the other side, still the dummy.
-  EXPECT_EQ(STPivot(SSym(s)).tri, f.m.dummyTriangle);
-  TSDissolve(f.m, t);
+  EXPECT_EQ(TriangleBeside(SSym(s)).tri, f.m.dummyTriangle);
+  DetachSubsegment(f.m, t);
   EXPECT_TRUE(Infected(t));
   EXPECT_FALSE(HasSubsegment(f.m, t));
   Uninfect(t);

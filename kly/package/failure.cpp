@@ -1,4 +1,4 @@
-// The two failures that many Parts of the library raise in the same shape.
+// The two failures that many subsystems of the library raise in the same shape.
 #include "kly/package/failure.h"
 
 #include "kly/host/nut.h"

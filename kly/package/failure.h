@@ -1,4 +1,4 @@
-// Failure numbers the library originates, and the helpers every Part shares to raise them.
+// Failure numbers the library originates, and the helpers every subsystem shares to raise them.
 //
 // A failure leaves a function only by exception, as an int32_t. Guarded stages catch
 // `int32_t` and `std::exception&` (the latter through NUT_TranslateAndReportException),

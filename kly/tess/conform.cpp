@@ -68,7 +68,7 @@ double SmallestAngleAt(const TessMesh& m, TessVertex end, TessVertex far) {
   const double ax = far[0] - end[0], ay = far[1] - end[1];
   // Each triangle at `end` has two edges there: the handle's, and the one from its apex.
   const auto visitEdge = [&](TriHandle edge, TessVertex other) {
-    const SubHandle sub = TSPivot(edge);
+    const SubHandle sub = SubsegmentOnEdge(edge);
     if (sub.ss == m.dummySubsegment) return;
     // The segment's own first subsegment.
     if ((SegOrg(sub) == end && SegDest(sub) == far) || (SegOrg(sub) == far && SegDest(sub) == end))
@@ -132,7 +132,7 @@ double SplitFraction(const TessMesh& m, SubHandle current, TessVertex org, TessV
     }
   }
   // Is an end shared with another segment? Then split on a power-of-two shell round it.
-  TriHandle encroached = STPivot(current);
+  TriHandle encroached = TriangleBeside(current);
   bool acuteOrg = HasSubsegment(m, Lnext(encroached));
   bool acuteDest = HasSubsegment(m, Lnext(Lnext(encroached)));
   const TriHandle other = Sym(encroached);
@@ -174,7 +174,7 @@ bool LeavesLongPart(const double* org, const double* dest, const double* vertex)
 bool SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
   TessVertex org = SOrg(current);
   TessVertex dest = SDest(current);
-  TriHandle encroached = STPivot(current);
+  TriHandle encroached = TriangleBeside(current);
   const double split = SplitFraction(m, current, org, dest);
 
   TessVertex vertex = MakeVertex(m);
@@ -198,7 +198,7 @@ bool SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
   if (SamePoint(vertex, org) || SamePoint(vertex, dest)) TessFail("Precision error.");
   if (LeavesLongPart(org, dest, vertex)) TessFail(kSplitsDoNotEnd);
   const InsertResult result = InsertVertex(m, sw, vertex, encroached, &current, true);
-  if (result != kSuccessfulVertex && result != kEncroachingVertex) TessFail("Internal error.");
+  if (result != kInsertSuccess && result != kInsertEncroaches) TessFail("Internal error.");
   if (m.steinerLeft > 0) m.steinerLeft--;
   CheckSegmentForEncroachment(m, sw, current);
   CheckSegmentForEncroachment(m, sw, SNext(current));
@@ -253,13 +253,13 @@ int32_t CheckSegmentForEncroachment(TessMesh& m, const TessSwitches& sw, SubHand
   int32_t sides = 0;
   TessVertex org = SOrg(testSubseg);
   TessVertex dest = SDest(testSubseg);
-  TriHandle neighbor = STPivot(testSubseg);
+  TriHandle neighbor = TriangleBeside(testSubseg);
   if (neighbor.tri != m.dummyTriangle) {
     sides++;
     if (Encroaches(sw, org, dest, Apex(neighbor))) encroached = 1;
   }
   const SubHandle testSym = SSym(testSubseg);
-  neighbor = STPivot(testSym);
+  neighbor = TriangleBeside(testSym);
   if (neighbor.tri != m.dummyTriangle) {
     sides++;
     if (Encroaches(sw, org, dest, Apex(neighbor))) encroached += 2;

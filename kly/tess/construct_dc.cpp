@@ -346,15 +346,15 @@ struct Merger {
           bool bad = InCircleTest(lowerLeft, lowerRight, upperLeft, nextApex) > 0.0;
           while (bad) {
             next = Lnext(next);
-            const TriHandle topCasing = Sym(next);
+            const TriHandle topNeighbor = Sym(next);
             next = Lnext(next);
-            const TriHandle sideCasing = Sym(next);
-            Bond(next, topCasing);
-            Bond(leftCand, sideCasing);
+            const TriHandle sideNeighbor = Sym(next);
+            Bond(next, topNeighbor);
+            Bond(leftCand, sideNeighbor);
             leftCand = Lnext(leftCand);
-            const TriHandle outerCasing = Sym(leftCand);
+            const TriHandle outerNeighbor = Sym(leftCand);
             next = Lprev(next);
-            Bond(next, outerCasing);
+            Bond(next, outerNeighbor);
             SetOrg(leftCand, lowerLeft);
             SetDest(leftCand, nullptr);
             SetApex(leftCand, nextApex);
@@ -362,7 +362,7 @@ struct Merger {
             SetDest(next, upperLeft);
             SetApex(next, nextApex);
             upperLeft = nextApex;
-            next = sideCasing;
+            next = sideNeighbor;
             nextApex = Apex(next);
             bad = nextApex != nullptr &&
                   InCircleTest(lowerLeft, lowerRight, upperLeft, nextApex) > 0.0;
@@ -376,15 +376,15 @@ struct Merger {
           bool bad = InCircleTest(lowerLeft, lowerRight, upperRight, nextApex) > 0.0;
           while (bad) {
             next = Lprev(next);
-            const TriHandle topCasing = Sym(next);
+            const TriHandle topNeighbor = Sym(next);
             next = Lprev(next);
-            const TriHandle sideCasing = Sym(next);
-            Bond(next, topCasing);
-            Bond(rightCand, sideCasing);
+            const TriHandle sideNeighbor = Sym(next);
+            Bond(next, topNeighbor);
+            Bond(rightCand, sideNeighbor);
             rightCand = Lprev(rightCand);
-            const TriHandle outerCasing = Sym(rightCand);
+            const TriHandle outerNeighbor = Sym(rightCand);
             next = Lnext(next);
-            Bond(next, outerCasing);
+            Bond(next, outerNeighbor);
             SetOrg(rightCand, nullptr);
             SetDest(rightCand, lowerRight);
             SetApex(rightCand, nextApex);
@@ -392,7 +392,7 @@ struct Merger {
             SetDest(next, nullptr);
             SetApex(next, nextApex);
             upperRight = nextApex;
-            next = sideCasing;
+            next = sideNeighbor;
             nextApex = Apex(next);
             bad = nextApex != nullptr &&
                   InCircleTest(lowerLeft, lowerRight, upperRight, nextApex) > 0.0;
@@ -589,7 +589,7 @@ int32_t DivideAndConquerDelaunay(TessMesh& m, const TessSwitches& sw) {
     uint32_t kept = 0;
     for (uint32_t j = 1; j < count; j++) {
       if (entries[kept].c[0] == entries[j].c[0] && entries[kept].c[1] == entries[j].c[1]) {
-        VertexType(m, entries[j].v) = kUndeadVertex;
+        VertexType(m, entries[j].v) = kRemovedVertex;
         m.removedVertices++;
       } else {
         entries[++kept] = entries[j];

@@ -335,7 +335,7 @@ struct Sweeper {
 
   bool IsDuplicate(TessVertex v, TessVertex last) {
     if (!SamePoint(v, last)) return false;
-    VertexType(m, v) = kUndeadVertex;
+    VertexType(m, v) = kRemovedVertex;
     m.removedVertices++;
     return true;
   }

@@ -43,10 +43,10 @@ inline TriHandle DummyHullEdge(const TessMesh& m) {
 
 // Results of InsertVertex.
 enum InsertResult : int32_t {
-  kSuccessfulVertex = 0,
-  kEncroachingVertex = 1,
-  kViolatingVertex = 2,
-  kDuplicateVertex = 3
+  kInsertSuccess = 0,
+  kInsertEncroaches = 1,  // success, and a subsegment of the new star is encroached
+  kInsertForbidden = 2,   // the vertex lies on a subsegment that forbids it; nothing changed
+  kInsertDuplicate = 3    // the vertex equals one in the mesh; nothing changed
 };
 
 // After a rotation of the quadrilateral whose outer edges are topLeft, botLeft, botRight and
@@ -54,31 +54,31 @@ enum InsertResult : int32_t {
 // none round them: an edge without a subsegment holds the dummy, which stays.
 inline void RebondSubsegments(const TessMesh& m, TriHandle topLeft, TriHandle botLeft,
                               TriHandle botRight, TriHandle topRight) {
-  const SubHandle topLeftSub = TSPivot(topLeft);
-  const SubHandle botLeftSub = TSPivot(botLeft);
-  const SubHandle botRightSub = TSPivot(botRight);
-  const SubHandle topRightSub = TSPivot(topRight);
+  const SubHandle topLeftSub = SubsegmentOnEdge(topLeft);
+  const SubHandle botLeftSub = SubsegmentOnEdge(botLeft);
+  const SubHandle botRightSub = SubsegmentOnEdge(botRight);
+  const SubHandle topRightSub = SubsegmentOnEdge(topRight);
   if (topLeftSub.ss == m.dummySubsegment && botLeftSub.ss == m.dummySubsegment &&
       botRightSub.ss == m.dummySubsegment && topRightSub.ss == m.dummySubsegment) {
     return;
   }
   if (topLeftSub.ss == m.dummySubsegment) {
-    TSDissolve(m, topRight);
+    DetachSubsegment(m, topRight);
   } else {
     TSBond(topRight, topLeftSub);
   }
   if (botLeftSub.ss == m.dummySubsegment) {
-    TSDissolve(m, topLeft);
+    DetachSubsegment(m, topLeft);
   } else {
     TSBond(topLeft, botLeftSub);
   }
   if (botRightSub.ss == m.dummySubsegment) {
-    TSDissolve(m, botLeft);
+    DetachSubsegment(m, botLeft);
   } else {
     TSBond(botLeft, botRightSub);
   }
   if (topRightSub.ss == m.dummySubsegment) {
-    TSDissolve(m, botRight);
+    DetachSubsegment(m, botRight);
   } else {
     TSBond(botRight, topRightSub);
   }
@@ -88,17 +88,17 @@ inline void RebondSubsegments(const TessMesh& m, TriHandle topLeft, TriHandle bo
 // four outer edges move, the corners are rewritten by the caller.
 inline void RotateQuadrilateral(const TessMesh& m, TriHandle edge, TriHandle top) {
   const TriHandle topLeft = Lprev(top);
-  const TriHandle topLeftCasing = Sym(topLeft);
+  const TriHandle topLeftNeighbor = Sym(topLeft);
   const TriHandle topRight = Lnext(top);
-  const TriHandle topRightCasing = Sym(topRight);
+  const TriHandle topRightNeighbor = Sym(topRight);
   const TriHandle botLeft = Lnext(edge);
-  const TriHandle botLeftCasing = Sym(botLeft);
+  const TriHandle botLeftNeighbor = Sym(botLeft);
   const TriHandle botRight = Lprev(edge);
-  const TriHandle botRightCasing = Sym(botRight);
-  Bond(topLeft, botLeftCasing);
-  Bond(botLeft, botRightCasing);
-  Bond(botRight, topRightCasing);
-  Bond(topRight, topLeftCasing);
+  const TriHandle botRightNeighbor = Sym(botRight);
+  Bond(topLeft, botLeftNeighbor);
+  Bond(botLeft, botRightNeighbor);
+  Bond(botRight, topRightNeighbor);
+  Bond(topRight, topLeftNeighbor);
   if (m.checkSegments) RebondSubsegments(m, topLeft, botLeft, botRight, topRight);
 }
 

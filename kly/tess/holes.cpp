@@ -30,7 +30,7 @@ void InfectHull(TessMesh& m) {
   const TriHandle start = hull;
   do {
     if (!Infected(hull)) {
-      const SubHandle sub = TSPivot(hull);
+      const SubHandle sub = SubsegmentOnEdge(hull);
       if (sub.ss == m.dummySubsegment) {
         Infect(hull);
         AddVirus(m, hull.tri);
@@ -97,13 +97,13 @@ void Plague(TessMesh& m) {
     Uninfect(test);
     for (test.orient = 0; test.orient < 3; test.orient++) {
       const TriHandle neighbor = Sym(test);
-      const SubHandle sub = TSPivot(test);
+      const SubHandle sub = SubsegmentOnEdge(test);
       if (neighbor.tri == m.dummyTriangle || Infected(neighbor)) {
         if (sub.ss != m.dummySubsegment) {
           // Both sides die, and the subsegment with them.
           KillSubsegment(m, sub.ss);
-          if (neighbor.tri != m.dummyTriangle) TSDissolve(m, neighbor);
-          TSDissolve(m, test);
+          if (neighbor.tri != m.dummyTriangle) DetachSubsegment(m, neighbor);
+          DetachSubsegment(m, test);
         }
       } else if (sub.ss == m.dummySubsegment) {
         Infect(neighbor);
@@ -111,7 +111,7 @@ void Plague(TessMesh& m) {
       } else {
         // The neighbour survives behind a subsegment, which becomes a boundary. The vertex map
         // of its ends names it, which spares most walks round them (see MapNamesSurvivor).
-        STDissolve(m, sub);
+        DetachTriangle(m, sub);
         if (SubsegMark(sub) == 0) SubsegMark(sub) = 1;
         MarkBoundaryVertex(m, Org(neighbor));
         MarkBoundaryVertex(m, Dest(neighbor));
@@ -132,7 +132,7 @@ void Plague(TessMesh& m) {
       TessVertex vertex = Org(test);
       if (vertex == nullptr || MapNamesSurvivor(m, vertex)) continue;
       if (!WalkFindsSurvivor(m, test)) {
-        VertexType(m, vertex) = kUndeadVertex;
+        VertexType(m, vertex) = kRemovedVertex;
         m.removedVertices++;
       }
     }

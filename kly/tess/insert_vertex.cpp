@@ -44,12 +44,12 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
   if (where == kOnVertex) {
     searchTriangle = horiz;
     m.recentTriangle = horiz;
-    return kDuplicateVertex;
+    return kInsertDuplicate;
   }
 
   if (where == kOnEdge || where == kOutside) {
     if (m.checkSegments && splitSubsegment == nullptr) {
-      const SubHandle broken = TSPivot(horiz);
+      const SubHandle broken = SubsegmentOnEdge(horiz);
       if (broken.ss != m.dummySubsegment) {
         if (segmentFlaws) {
           bool enqueue = sw.noBoundarySplits != 2;
@@ -63,18 +63,18 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
         }
         searchTriangle = horiz;
         m.recentTriangle = horiz;
-        return kViolatingVertex;
+        return kInsertForbidden;
       }
     }
     // On an edge: one triangle becomes two, or, inside the mesh, two become four.
     const TriHandle botRight = Lprev(horiz);
-    const TriHandle botRightCasing = Sym(botRight);
+    const TriHandle botRightNeighbor = Sym(botRight);
     TriHandle topRight = Sym(horiz);
     const bool mirror = topRight.tri != m.dummyTriangle;
-    TriHandle topRightCasing{}, newTopRight{};
+    TriHandle topRightNeighbor{}, newTopRight{};
     if (mirror) {
       topRight = Lnext(topRight);
-      topRightCasing = Sym(topRight);
+      topRightNeighbor = Sym(topRight);
       newTopRight = MakeTriangle(m, sw);
     } else {
       m.hullSize++;
@@ -96,25 +96,25 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
       CopyAttributes(m, topRight, newTopRight);
     }
     if (m.checkSegments) {
-      const SubHandle botRightSub = TSPivot(botRight);
+      const SubHandle botRightSub = SubsegmentOnEdge(botRight);
       if (botRightSub.ss != m.dummySubsegment) {
-        TSDissolve(m, botRight);
+        DetachSubsegment(m, botRight);
         TSBond(newBotRight, botRightSub);
       }
       if (mirror) {
-        const SubHandle topRightSub = TSPivot(topRight);
+        const SubHandle topRightSub = SubsegmentOnEdge(topRight);
         if (topRightSub.ss != m.dummySubsegment) {
-          TSDissolve(m, topRight);
+          DetachSubsegment(m, topRight);
           TSBond(newTopRight, topRightSub);
         }
       }
     }
-    Bond(newBotRight, botRightCasing);
+    Bond(newBotRight, botRightNeighbor);
     newBotRight = Lprev(newBotRight);
     Bond(newBotRight, botRight);
     newBotRight = Lprev(newBotRight);
     if (mirror) {
-      Bond(newTopRight, topRightCasing);
+      Bond(newTopRight, topRightNeighbor);
       newTopRight = Lnext(newTopRight);
       Bond(newTopRight, topRight);
       newTopRight = Lnext(newTopRight);
@@ -134,7 +134,7 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
       split = SSym(split);
       const SubHandle rightSub = SPivot(split);
       InsertSubsegment(m, sw, newBotRight, SubsegMark(split));
-      SubHandle newSub = TSPivot(newBotRight);
+      SubHandle newSub = SubsegmentOnEdge(newBotRight);
       SetSegOrg(newSub, segmentOrg);
       SetSegDest(newSub, segmentDest);
       SBond(split, newSub);
@@ -148,8 +148,8 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
     // In a triangle: split in three.
     const TriHandle botLeft = Lnext(horiz);
     const TriHandle botRight = Lprev(horiz);
-    const TriHandle botLeftCasing = Sym(botLeft);
-    const TriHandle botRightCasing = Sym(botRight);
+    const TriHandle botLeftNeighbor = Sym(botLeft);
+    const TriHandle botRightNeighbor = Sym(botRight);
     TriHandle newBotLeft = MakeTriangle(m, sw);
     TriHandle newBotRight = MakeTriangle(m, sw);
     TessVertex right = Org(horiz);
@@ -165,19 +165,19 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
     CopyAttributes(m, horiz, newBotLeft);
     CopyAttributes(m, horiz, newBotRight);
     if (m.checkSegments) {
-      const SubHandle botLeftSub = TSPivot(botLeft);
+      const SubHandle botLeftSub = SubsegmentOnEdge(botLeft);
       if (botLeftSub.ss != m.dummySubsegment) {
-        TSDissolve(m, botLeft);
+        DetachSubsegment(m, botLeft);
         TSBond(newBotLeft, botLeftSub);
       }
-      const SubHandle botRightSub = TSPivot(botRight);
+      const SubHandle botRightSub = SubsegmentOnEdge(botRight);
       if (botRightSub.ss != m.dummySubsegment) {
-        TSDissolve(m, botRight);
+        DetachSubsegment(m, botRight);
         TSBond(newBotRight, botRightSub);
       }
     }
-    Bond(newBotLeft, botLeftCasing);
-    Bond(newBotRight, botRightCasing);
+    Bond(newBotLeft, botLeftNeighbor);
+    Bond(newBotRight, botRightNeighbor);
     newBotLeft = Lnext(newBotLeft);
     newBotRight = Lprev(newBotRight);
     Bond(newBotLeft, newBotRight);
@@ -191,7 +191,7 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
   }
 
   // Walk round the new vertex; flip each edge opposite it that fails the circle test.
-  InsertResult result = kSuccessfulVertex;
+  InsertResult result = kInsertSuccess;
   TessVertex first = Org(horiz);
   TessVertex right = first;
   TessVertex left = Dest(horiz);
@@ -203,11 +203,11 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
     if (steps > limit) TessFail("Internal error.");
     bool doFlip = true;
     if (m.checkSegments) {
-      const SubHandle check = TSPivot(horiz);
+      const SubHandle check = SubsegmentOnEdge(horiz);
       if (check.ss != m.dummySubsegment) {
         doFlip = false;
         if (segmentFlaws && CheckSegmentForEncroachment(m, sw, check) != 0) {
-          result = kEncroachingVertex;
+          result = kInsertEncroaches;
         }
       }
     }

@@ -35,7 +35,7 @@ constexpr int32_t kInputVertex = 0;
 constexpr int32_t kSegmentVertex = 1;
 constexpr int32_t kFreeVertex = 2;
 constexpr int32_t kDeadVertex = -32768;
-constexpr int32_t kUndeadVertex = -32767;  // duplicate, or eaten with a hole
+constexpr int32_t kRemovedVertex = -32767;  // a duplicate, or eaten with a hole
 
 // Items in each block after the first, for the eight pools.
 constexpr uint32_t kTrianglesPerBlock = 4092;
@@ -181,19 +181,6 @@ inline TriHandle Onext(TriHandle t) {
 inline TriHandle Oprev(TriHandle t) {
   return Lnext(Sym(t));
 }
-inline TriHandle Dnext(TriHandle t) {
-  return Lprev(Sym(t));
-}
-inline TriHandle Dprev(TriHandle t) {
-  return Sym(Lnext(t));
-}
-inline TriHandle Rnext(TriHandle t) {
-  return Sym(Lnext(Sym(t)));
-}
-inline TriHandle Rprev(TriHandle t) {
-  return Sym(Lprev(Sym(t)));
-}
-
 inline bool SameHandle(TriHandle a, TriHandle b) {
   return a.tri == b.tri && a.orient == b.orient;
 }
@@ -292,11 +279,12 @@ inline bool IsDeadSubsegment(const TessWord* ss) {
   return ss[1] == 0;
 }
 
-// Triangle <-> subsegment links.
-inline SubHandle TSPivot(TriHandle t) {
+// Triangle <-> subsegment links: the subsegment on a triangle's edge (the dummy where there is
+// none), and the triangle on a subsegment's side (the dummy where there is none).
+inline SubHandle SubsegmentOnEdge(TriHandle t) {
   return DecodeSub(t.tri[6 + t.orient]);
 }
-inline TriHandle STPivot(SubHandle s) {
+inline TriHandle TriangleBeside(SubHandle s) {
   return DecodeTri(s.ss[6 + s.orient]);
 }
 inline void TSBond(TriHandle t, SubHandle s) {
@@ -305,15 +293,15 @@ inline void TSBond(TriHandle t, SubHandle s) {
   t.tri[6 + t.orient] = EncodeSub(s) | keep;
   s.ss[6 + s.orient] = EncodeTri(t);
 }
-inline void TSDissolve(const TessMesh& m, TriHandle t) {
+inline void DetachSubsegment(const TessMesh& m, TriHandle t) {
   const TessWord keep = t.orient == 0 ? (t.tri[6] & 2) : 0;
   t.tri[6 + t.orient] = reinterpret_cast<TessWord>(m.dummySubsegment) | keep;
 }
-inline void STDissolve(const TessMesh& m, SubHandle s) {
+inline void DetachTriangle(const TessMesh& m, SubHandle s) {
   s.ss[6 + s.orient] = reinterpret_cast<TessWord>(m.dummyTriangle);
 }
 inline bool HasSubsegment(const TessMesh& m, TriHandle t) {
-  return TSPivot(t).ss != m.dummySubsegment;
+  return SubsegmentOnEdge(t).ss != m.dummySubsegment;
 }
 
 // v x 2^exponent, exact unless it leaves the range of doubles; free for the usual 0.

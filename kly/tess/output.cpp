@@ -61,7 +61,7 @@ void WriteVertices(TessMesh& m, const TessSwitches& sw, TessRecord& out) {
   int32_t number = sw.firstIndex;
   size_t index = 0;
   for (TessVertex v = VertexTraverse(m); v != nullptr; v = VertexTraverse(m)) {
-    if (sw.dropUnused && VertexType(m, v) == kUndeadVertex) continue;
+    if (sw.dropUnused && VertexType(m, v) == kRemovedVertex) continue;
     if (points != nullptr) {
       points[2 * index] = ScaleByPowerOfTwo(v[0], -m.coordinateExponent);
       points[2 * index + 1] = ScaleByPowerOfTwo(v[1], -m.coordinateExponent);
@@ -136,7 +136,7 @@ void WriteEdges(TessMesh& m, const TessSwitches& sw, TessRecord& out) {
       edges[2 * index + 1] = Number(m, Dest(t));
       if (markers != nullptr) {
         if (sw.useSegments) {
-          const SubHandle sub = TSPivot(t);
+          const SubHandle sub = SubsegmentOnEdge(t);
           markers[index] = sub.ss == m.dummySubsegment ? 0 : SubsegMark(sub);
         } else {
           markers[index] = across.tri == m.dummyTriangle ? 1 : 0;

@@ -412,7 +412,7 @@ struct SegmentInserter {
   TessVertex SplitCrossedSegment(TriHandle& crossHandle, SubHandle crossSub, double x, double y,
                                  double split) {
     TessVertex vertex = MakeCrossingVertex(crossHandle, crossSub, x, y, split);
-    if (InsertVertex(m, sw, vertex, crossHandle, &crossSub, false) != kSuccessfulVertex) {
+    if (InsertVertex(m, sw, vertex, crossHandle, &crossSub, false) != kInsertSuccess) {
       TessFail("Internal error.");
     }
     if (m.steinerLeft > 0) m.steinerLeft--;
@@ -451,19 +451,19 @@ struct SegmentInserter {
   TessVertex InsertCrossingOffEdge(TriHandle crossed, double x, double y, double split) {
     TessVertex org = Org(crossed);
     TessVertex dest = Dest(crossed);
-    const SubHandle crossSub = TSPivot(crossed);
+    const SubHandle crossSub = SubsegmentOnEdge(crossed);
     const int32_t mark = SubsegMark(crossSub);
     AvoidLineUps(crossed, x, y);
     TessVertex vertex = MakeCrossingVertex(crossed, crossSub, x, y, split);
     TriHandle search{m.dummyTriangle, 0};
-    if (InsertVertex(m, sw, vertex, search, nullptr, false) != kSuccessfulVertex) {
+    if (InsertVertex(m, sw, vertex, search, nullptr, false) != kInsertSuccess) {
       TessFail("Internal error.");
     }
     if (m.steinerLeft > 0) m.steinerLeft--;
     // The subsegment leaves its edge, and the segments on either side of it end at its ends.
-    TSDissolve(m, STPivot(crossSub));
-    const TriHandle otherSide = STPivot(SSym(crossSub));
-    if (otherSide.tri != m.dummyTriangle) TSDissolve(m, otherSide);
+    DetachSubsegment(m, TriangleBeside(crossSub));
+    const TriHandle otherSide = TriangleBeside(SSym(crossSub));
+    if (otherSide.tri != m.dummyTriangle) DetachSubsegment(m, otherSide);
     DetachAtOrigin(crossSub);
     DetachAtOrigin(SSym(crossSub));
     KillSubsegment(m, crossSub.ss);
@@ -573,7 +573,7 @@ struct SegmentInserter {
         continue;
       }
       TriHandle cross = Lnext(handle);
-      const SubHandle crossSub = TSPivot(cross);
+      const SubHandle crossSub = SubsegmentOnEdge(cross);
       if (crossSub.ss == m.dummySubsegment) return false;
       // Two segments cross: put a vertex at the crossing and go on from it.
       SegmentIntersection(cross, crossSub, target, mark);
@@ -655,7 +655,7 @@ struct SegmentInserter {
       if (MayBendThrough(nearer)) return nearer;
       return InsertCrossingOffEdge(crossed, x, y, split);
     }
-    return SplitCrossedSegment(crossed, TSPivot(crossed), x, y, split);
+    return SplitCrossedSegment(crossed, SubsegmentOnEdge(crossed), x, y, split);
   }
 
   // Before the dig from the origin of `start` to `end2`, with crossings placed first: places
@@ -730,7 +730,7 @@ struct SegmentInserter {
           DelaunayFixup(fixup, false);
           fixup = Oprev(fixup);
         }
-        const SubHandle crossSub = TSPivot(fixup);
+        const SubHandle crossSub = SubsegmentOnEdge(fixup);
         if (crossSub.ss == m.dummySubsegment) {
           Flip(m, sw, fixup);
         } else {
@@ -762,11 +762,11 @@ struct SegmentInserter {
     VertexType(m, vertex) = kSegmentVertex;
     TriHandle search1{m.dummyTriangle, 0};
     const InsertResult result = InsertVertex(m, sw, vertex, search1, nullptr, false);
-    if (result == kDuplicateVertex) {
+    if (result == kInsertDuplicate) {
       KillVertex(m, vertex);
       vertex = Org(search1);
     } else {
-      if (result == kViolatingVertex) TessFail("Internal error.");
+      if (result == kInsertForbidden) TessFail("Internal error.");
       if (m.steinerLeft > 0) m.steinerLeft--;
     }
     TriHandle search2 = search1;
@@ -900,7 +900,7 @@ void InsertSubsegment(TessMesh& m, const TessSwitches&, TriHandle handle, int32_
   TessVertex dest = Dest(handle);
   if (VertexMark(m, org) == 0) VertexMark(m, org) = mark;
   if (VertexMark(m, dest) == 0) VertexMark(m, dest) = mark;
-  SubHandle sub = TSPivot(handle);
+  SubHandle sub = SubsegmentOnEdge(handle);
   if (sub.ss == m.dummySubsegment) {
     sub = MakeSubsegment(m);
     SetSOrg(sub, dest);
@@ -940,7 +940,7 @@ void PlanSegments(TessMesh& m, const TessSwitches& sw, const int32_t* segments,
   const int64_t last = first + m.inVertices - 1;
   const auto canonical = [&](int32_t number) {
     TessVertex v = GetVertex(m, sw, number);
-    if (VertexType(m, v) == kUndeadVertex) {
+    if (VertexType(m, v) == kRemovedVertex) {
       TriHandle search = DummyHullEdge(m);
       if (Locate(m, sw, v, search) != kOnVertex) TessFail("Internal error.");
       v = Org(search);

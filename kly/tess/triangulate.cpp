@@ -237,7 +237,7 @@ void Run(TessMesh& m, TessSwitches& sw, const char* switchText, TessRecord& in, 
 
 // One run in a mesh of its own, torn down before it returns the failure number, or 0.
 // `retry` is set when the run asks to be repeated with crossings placed first.
-int32_t TriangulateOnce(const char* switchText, TessRecord* in, TessRecord* out, TessRecord* vorout,
+int32_t TriangulateOnce(const char* switchText, TessRecord* in, TessRecord* out, TessRecord* dual,
                         bool crossingsFirst, bool& retry) {
   // The mesh lives on the stack: about 90 kB, most of it the refinement stage's queues.
   TessMesh m;
@@ -267,7 +267,7 @@ int32_t TriangulateOnce(const char* switchText, TessRecord* in, TessRecord* out,
   try {
     code = TessFailureCode([&] {
       if (in == nullptr || out == nullptr) TessFail("Input and output records are required.");
-      Run(m, sw, switchText, *in, *out, vorout, crossingsFirst);
+      Run(m, sw, switchText, *in, *out, dual, crossingsFirst);
     });
   } catch (const RetryWithCrossingsFirst&) {
     retry = true;
@@ -279,14 +279,14 @@ int32_t TriangulateOnce(const char* switchText, TessRecord* in, TessRecord* out,
 
 }  // namespace
 
-void triangulate(const char* switchText, TessRecord& in, TessRecord& out, TessRecord* vorout) {
+void triangulate(const char* switchText, TessRecord& in, TessRecord& out, TessRecord* dual) {
   bool retry = false;
-  int32_t code = TriangulateOnce(switchText, &in, &out, vorout, false, retry);
-  if (retry) code = TriangulateOnce(switchText, &in, &out, vorout, true, retry);
+  int32_t code = TriangulateOnce(switchText, &in, &out, dual, false, retry);
+  if (retry) code = TriangulateOnce(switchText, &in, &out, dual, true, retry);
   if (code != 0) {
     TessFreeRecord(&in);
     TessFreeRecord(&out);
-    TessFreeRecord(vorout);
+    TessFreeRecord(dual);
     throw code;
   }
 }

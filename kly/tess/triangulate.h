@@ -57,13 +57,13 @@ void* TessAlloc(uint16_t site, uint32_t bytes);
 // counts; triangleLimit stays. A null record does nothing. Idempotent.
 void TessFreeRecord(TessRecord* record);
 
-// Triangulates `in` as `switches` ask, writing `out` and, under switch v, `vorout` (which may
+// Triangulates `in` as `switches` ask, writing `out` and, under switch v, `dual` (which may
 // be null otherwise). Throws an int32_t on failure; see the head of this file.
 // A NaN or infinite input coordinate is a failure (the int32_t 10), never a hang. Points of
 // any finite magnitude are taken: very large or very small ones are worked on scaled by a
 // power of two and come back exactly. What is refused (10) is a span: a non-zero coordinate
 // below 2^-100 times the largest, where the predicates' products could underflow.
-void triangulate(const char* switches, TessRecord& in, TessRecord& out, TessRecord* vorout);
+void triangulate(const char* switches, TessRecord& in, TessRecord& out, TessRecord* dual);
 
 // What the engine throws internally, and what TessAlloc throws straight to a caller outside
 // triangulate. It holds the formatted failure text, e.g. "(triangulate) Internal error.".

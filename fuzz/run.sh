@@ -1,6 +1,7 @@
 #!/bin/sh
 # Builds the fuzzers with clang and runs each for SECONDS (default 60) on a copy of its seed
-# corpus: the tessellation engine (tess_fuzz), then the extrusion (extrusion_fuzz). Usage:
+# corpus: the tessellation engine (tess_fuzz), the extrusion (extrusion_fuzz), then the SVG
+# path data parser (svg_path_fuzz). Usage:
 # fuzz/run.sh [SECONDS]. The build directory is build-fuzz at the root unless
 # KLY_FUZZ_BUILD_DIR names another; crashes are written there, prefixed with the fuzzer's name.
 set -eu
@@ -11,7 +12,7 @@ build=${KLY_FUZZ_BUILD_DIR:-$root/build-fuzz}
 CC=clang CXX=clang++ cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DKLY_BUILD_FUZZ=ON -DKLY_BUILD_TESTS=OFF -DKLY_BUILD_BENCH=OFF -DKLY_BUILD_CLI=OFF \
   -DCMAKE_CXX_FLAGS="-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined"
-cmake --build "$build" --target tess_fuzz extrusion_fuzz -j2
+cmake --build "$build" --target tess_fuzz extrusion_fuzz svg_path_fuzz -j2
 
 # New inputs go to a scratch corpus, so that the committed seeds stay small.
 scratch=$(mktemp -d)
@@ -26,3 +27,4 @@ fuzz() {
 }
 fuzz tess 4096
 fuzz extrusion 8192
+fuzz svg_path 4096

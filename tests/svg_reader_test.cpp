@@ -178,6 +178,8 @@ TEST(SvgReader, FillsRulesAndReferences) {
       // <use> of a group from <defs>: its children inherit from it, the inner <use> too.
       {"rect#a", 3, 1, true, 0, 255, 0},
       {"rect#unit", 3, 1, true, 0, 255, 0},
+      // <switch> draws its first child that needs no extension.
+      {"rect#chosen", 5, 1, true, 0, 0, 0},
   };
   ASSERT_EQ(drawing.shapes.size(), std::size(kExpected));
   for (size_t i = 0; i < drawing.shapes.size(); ++i) {
@@ -260,11 +262,20 @@ TEST(SvgReader, ErrorsAreOneLineNamingTheElement) {
       EXPECT_EQ(error.what(), c.message) << c.text;
     }
   }
-  try {
-    ReadSvgFile("/nonexistent/drawing.svg");
-    ADD_FAILURE() << "a missing file was read";
-  } catch (const SvgError& error) {
-    EXPECT_STREQ(error.what(), "cannot read /nonexistent/drawing.svg: No such file or directory");
+  // A directory opens, and fails only when read.
+  const std::string folder = DataFile("");
+  const std::pair<std::string, std::string> kFiles[] = {
+      {"/nonexistent/drawing.svg",
+       "cannot read /nonexistent/drawing.svg: No such file or directory"},
+      {folder, "cannot read " + folder + ": Is a directory"},
+  };
+  for (const auto& [path, message] : kFiles) {
+    try {
+      ReadSvgFile(path);
+      ADD_FAILURE() << path << " was read";
+    } catch (const SvgError& error) {
+      EXPECT_EQ(error.what(), message);
+    }
   }
 }
 

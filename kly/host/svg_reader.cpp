@@ -1,9 +1,9 @@
 #include "kly/host/svg_reader.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <sstream>
+#include <memory>
 
 #include <pugixml.hpp>
 
@@ -29,12 +29,15 @@ SvgDrawing ReadSvg(const std::string& text) {
 }
 
 SvgDrawing ReadSvgFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
+  // C streams, for the reason of a failed read (a directory opens, then fails to read).
+  const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
   if (!file) throw SvgError("cannot read " + path + ": " + std::strerror(errno));
-  std::ostringstream text;
-  text << file.rdbuf();
-  if (file.bad()) throw SvgError("cannot read " + path);
-  return ReadSvg(text.str());
+  std::string text;
+  char buffer[65536];
+  size_t read = 0;
+  while ((read = std::fread(buffer, 1, sizeof buffer, file.get())) > 0) text.append(buffer, read);
+  if (std::ferror(file.get())) throw SvgError("cannot read " + path + ": " + std::strerror(errno));
+  return ReadSvg(text);
 }
 
 }  // namespace host

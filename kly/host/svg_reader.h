@@ -1,26 +1,29 @@
 // Reads an SVG drawing into filled paths for extrusion: one SvgShape per path or basic shape,
 // in document order, with every transform, the viewBox and the units already applied.
 //
-// What is read: path data (every command), rect, circle, ellipse, polygon, and polyline when
-// filled (closed as a polygon would be); groups, <a>, nested <svg>, and <use> of an element or
-// group (its transform, then x and y; a <use> inside what it draws is ignored); the transform
-// list; viewBox with preserveAspectRatio (every alignment; slice scales but does not clip);
-// lengths in px, unitless, mm, cm, in, pt, pc (at 96 per inch), em and ex (at the default 16px
-// font) and % of the viewport; fill (colours by #rgb, #rrggbb, rgb(), rgba() and the CSS
-// colour names, currentColor, none), fill-rule, display and visibility, from presentation
-// attributes and style="..." (the style wins), inherited through groups.
+// What is read: path data (every command), rect, circle, ellipse, polygon, and polyline
+// (closed, as its fill is); groups, <a>, <switch> (its first child that requires no
+// extension), nested <svg>, and <use> of an element, group or <symbol> (the <use>'s transform,
+// then its x and y; a <use> inside what it draws is ignored); the transform list; viewBox
+// with preserveAspectRatio (every alignment; slice scales but does not clip); lengths in px,
+// unitless, mm, cm, in, pt, pc (at 96 per inch), em and ex (at the default 16px font) and % of
+// the viewport; fill (#rgb, #rrggbb, rgb(), rgba(), the CSS colour names, currentColor, none),
+// fill-rule, display and visibility, from presentation attributes and style="..." (the style
+// wins), inherited through groups.
 //
-// What is not drawn: <line> and polylines without fill or area (no area to extrude), <defs>
-// and other definitions. Anything unsupported (text, images, gradients and patterns as fill
-// (drawn black), strokes, opacity, clipPath, mask, filter, CSS <style> sheets, unknown
-// elements) leaves one warning line a kind, counting its repeats; elements in other XML
-// namespaces (editors' data) are skipped quietly.
+// What is not built, with a warning: <line> and point lists of fewer than 3 points (no area);
+// shapes without fill (kept, marked by has_fill). Definitions (<defs>, <symbol>, gradients...)
+// draw nothing where they stand. Anything unsupported (text, images, gradients and patterns
+// as fill (drawn black), strokes, opacity, clip-path, mask, filter, CSS <style> sheets,
+// unknown elements, unreadable style values, which keep the inherited one) leaves one warning
+// line a kind, counting its repeats. Elements of other XML namespaces (editors' data) are
+// skipped quietly.
 //
 // What fails (SvgError, one line naming the element and its line): text that is not XML, a
-// root that is not <svg>, malformed numbers, path data (with the character, counted from 1),
-// transforms and point lists, negative sizes, a non-finite transform, a zero-size viewBox,
-// coordinates past single precision, nesting deeper than kMaxSvgDepth, and drawings past
-// kMaxSvgPoints points or kMaxSvgElements drawn elements.
+// root that is not <svg>, malformed numbers, lengths, path data (with the character, counted
+// from 1), transforms and point lists, negative sizes, a non-finite transform, a zero-size
+// viewBox, coordinates past single precision, nesting deeper than kMaxSvgDepth, and drawings
+// past kMaxSvgPoints points or kMaxSvgElements elements drawn.
 #pragma once
 
 #include <cstdint>

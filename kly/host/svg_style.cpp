@@ -19,16 +19,6 @@ std::string_view Trim(std::string_view text) {
   return text;
 }
 
-// An opacity: a number, or a percentage.
-bool ParseOpacity(std::string_view text, double& value) {
-  if (!text.empty() && text.back() == '%') {
-    if (!ParseSvgNumber(text.substr(0, text.size() - 1), value)) return false;
-    value /= 100.0;
-    return true;
-  }
-  return ParseSvgNumber(text, value);
-}
-
 // Reads `value` into `style` for the inherited property `property`. False when unreadable.
 bool ApplyInherited(SvgProperty property, const std::string& value, SvgStyle& style) {
   switch (property) {
@@ -40,7 +30,7 @@ bool ApplyInherited(SvgProperty property, const std::string& value, SvgStyle& st
       return true;
     case SvgProperty::kFillOpacity: {
       double opacity = 1.0;
-      if (!ParseOpacity(value, opacity)) return false;
+      if (!ParseSvgOpacity(value, opacity)) return false;
       style.translucent_fill = opacity < 1.0;
       return true;
     }
@@ -59,6 +49,15 @@ bool ApplyInherited(SvgProperty property, const std::string& value, SvgStyle& st
 }
 
 }  // namespace
+
+bool ParseSvgOpacity(std::string_view text, double& value) {
+  if (!text.empty() && text.back() == '%') {
+    if (!ParseSvgNumber(text.substr(0, text.size() - 1), value)) return false;
+    value /= 100.0;
+    return true;
+  }
+  return ParseSvgNumber(text, value);
+}
 
 void SvgDeclarations::Set(std::string_view name, std::string_view value) {
   for (int i = 0; i < static_cast<int>(SvgProperty::kCount); ++i) {

@@ -40,6 +40,9 @@ class SvgDeclarations {
   std::string values_[static_cast<int>(SvgProperty::kCount)];
 };
 
+// An opacity or fill-opacity: a number, or a percentage. False when it is neither.
+bool ParseSvgOpacity(std::string_view text, double& value);
+
 // The inherited properties as computed for an element.
 struct SvgStyle {
   SvgPaint fill;                  // black by default

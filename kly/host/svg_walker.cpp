@@ -97,17 +97,19 @@ void SvgWalker::Fail(pugi::xml_node element, const std::string& message) const {
 
 void SvgWalker::ReadRoot(pugi::xml_node root, SvgDrawing& drawing) {
   Context context;
-  // The viewport's size; percentages have nothing to refer to here and count as missing.
+  // The viewport's size; auto and percentages have nothing to refer to here and count as
+  // missing (-1).
   const auto size = [&](const char* name) {
     const std::string_view value = root.attribute(name).value();
-    if (value.empty() || value.back() == '%') return -1.0;
+    if (value.empty() || value == "auto" || value.back() == '%') return -1.0;
     const double length = Length(root, name, SvgAxis::kX, context, -1.0);
     if (length < 0.0) Fail(root, std::string("negative ") + name);
     return length;
   };
   double width = size("width");
   double height = size("height");
-  if (!Enter(root, context)) return;
+  const bool empty = width == 0.0 || height == 0.0;
+  SvgMatrix fit;
   if (root.attribute("viewBox")) {
     const SvgViewBox box =
         Guarded(root, [&] { return ParseViewBox(root.attribute("viewBox").value()); });
@@ -120,9 +122,7 @@ void SvgWalker::ReadRoot(pugi::xml_node root, SvgDrawing& drawing) {
     } else if (height < 0.0) {
       height = width * box.height / box.width;
     }
-    SvgMatrix fit;
     FitElementViewBox(root, width, height, fit, context.viewport);
-    context.matrix = context.matrix * fit;
   } else {
     width = std::max(width, 0.0);
     height = std::max(height, 0.0);
@@ -130,6 +130,9 @@ void SvgWalker::ReadRoot(pugi::xml_node root, SvgDrawing& drawing) {
   }
   drawing.width = width;
   drawing.height = height;
+  // A viewport given an empty size draws nothing.
+  if (empty || !Enter(root, context)) return;
+  context.matrix = context.matrix * fit;
   int32_t index = 0;
   for (pugi::xml_node child = root.first_child(); child; child = child.next_sibling()) {
     if (child.type() != pugi::node_element) continue;
@@ -163,7 +166,7 @@ void SvgWalker::WalkElement(pugi::xml_node element, Context context) {
     Warn(element, "CSS <style> sheet ignored", "CSS <style> sheets ignored");
     return;
   }
-  const bool group = NameIs(element, "g") || NameIs(element, "a");
+  const bool group = NameIs(element, "g") || NameIs(element, "a") || NameIs(element, "switch");
   const bool shape = IsOneOf(name, kShapes);
   if (!group && !shape && !NameIs(element, "svg") && !NameIs(element, "use")) {
     const std::string tag = "<" + Excerpt(name) + ">";
@@ -171,7 +174,9 @@ void SvgWalker::WalkElement(pugi::xml_node element, Context context) {
     return;
   }
   if (!Enter(element, context)) return;
-  if (group) {
+  if (NameIs(element, "switch")) {
+    WalkSwitchChoice(element, context);
+  } else if (group) {
     WalkChildren(element, context);
   } else if (shape) {
     DrawShape(element, context);
@@ -198,7 +203,7 @@ bool SvgWalker::Enter(pugi::xml_node element, Context& context) {
   // Effects a solid cannot show, noted on the element that asks for them.
   const std::string& opacity = own.Get(SvgProperty::kOpacity);
   double value = 1.0;
-  if (!opacity.empty() && !(ParseSvgNumber(opacity, value) && value >= 1.0)) {
+  if (!opacity.empty() && !(ParseSvgOpacity(opacity, value) && value >= 1.0)) {
     Warn(element, "opacity ignored", "opacity values ignored");
   }
   const std::pair<SvgProperty, const char*> effects[] = {{SvgProperty::kClipPath, "clip-path"},
@@ -218,6 +223,17 @@ bool SvgWalker::Enter(pugi::xml_node element, Context& context) {
     if (!context.matrix.IsFinite()) Fail(element, "transform with a non-finite value");
   }
   return true;
+}
+
+void SvgWalker::WalkSwitchChoice(pugi::xml_node element, const Context& context) {
+  // No extension is supported, so the choice is the first child that asks for none; the
+  // language and feature conditions count as met.
+  for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+    if (child.type() == pugi::node_element && !child.attribute("requiredExtensions")) {
+      WalkElement(child, context);
+      return;
+    }
+  }
 }
 
 void SvgWalker::WalkNestedSvg(pugi::xml_node element, Context context) {

@@ -45,6 +45,8 @@ class SvgWalker {
   void Step(pugi::xml_node element, Context& context);
   // Applies the element's display, style and transform to `context`. False when it is hidden.
   bool Enter(pugi::xml_node element, Context& context);
+  // <switch> draws one of its children.
+  void WalkSwitchChoice(pugi::xml_node element, const Context& context);
   void WalkNestedSvg(pugi::xml_node element, Context context);
   void WalkUse(pugi::xml_node element, Context context);
   void WalkSymbol(pugi::xml_node symbol, pugi::xml_node use, Context context);

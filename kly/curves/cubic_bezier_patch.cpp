@@ -237,7 +237,8 @@ void KLY_CubicBezierPatch::FillMesh(KLY_Mesh& mesh, uint32_t material) {
   KLY_Vertex* vertex = &*mesh.beginVerts();
   KLY_Triangle* triangle = &*mesh.beginTriangles();
   WriteGrid(
-      material, uParameters, vParameters, 0, [&](const KLY_Vertex& v) { *vertex++ = v; },
+      material, uParameters.data(), static_cast<uint32_t>(uParameters.size()), vParameters.data(),
+      static_cast<uint32_t>(vParameters.size()), 0, [&](const KLY_Vertex& v) { *vertex++ = v; },
       [&](const KLY_Triangle& t) {
         // Indices and material only: the triangle's normal stays as the mesh had it.
         std::copy(t.indices, t.indices + 3, triangle->indices);
@@ -245,29 +246,24 @@ void KLY_CubicBezierPatch::FillMesh(KLY_Mesh& mesh, uint32_t material) {
       });
 }
 
-void KLY_CubicBezierPatch::AppendGrid(KLY_Mesh& mesh, uint32_t material,
-                                      const std::vector<double>& uParameters,
-                                      const std::vector<double>& vParameters) {
-  const uint64_t nu = uParameters.size();
-  const uint64_t nv = vParameters.size();
-  if (mesh.GetNumVertices() + nu * nv > UINT32_MAX ||
-      mesh.GetNumTriangles() + (2 * nu - 2) * (nv - 1) > UINT32_MAX) {
+void KLY_CubicBezierPatch::AppendGrid(KLY_Mesh& mesh, uint32_t material, const double* uParameters,
+                                      uint32_t nu, const double* vParameters, uint32_t nv) {
+  if (mesh.GetNumVertices() + uint64_t{nu} * nv > UINT32_MAX ||
+      mesh.GetNumTriangles() + (2 * uint64_t{nu} - 2) * (nv - 1) > UINT32_MAX) {
     throw std::length_error("mesh larger than 32-bit counts");
   }
   const uint32_t firstTriangle = mesh.GetNumTriangles();
   WriteGrid(
-      material, uParameters, vParameters, mesh.GetNumVertices(),
+      material, uParameters, nu, vParameters, nv, mesh.GetNumVertices(),
       [&](const KLY_Vertex& v) { mesh.PushVertex(v); },
       [&](const KLY_Triangle& t) { mesh.PushFace(t); });
   SetFaceNormals(mesh, firstTriangle);
 }
 
 template <class PutVertex, class PutTriangle>
-void KLY_CubicBezierPatch::WriteGrid(uint32_t material, const std::vector<double>& uParameters,
-                                     const std::vector<double>& vParameters, uint32_t firstVertex,
+void KLY_CubicBezierPatch::WriteGrid(uint32_t material, const double* uParameters, uint32_t nu,
+                                     const double* vParameters, uint32_t nv, uint32_t firstVertex,
                                      PutVertex putVertex, PutTriangle putTriangle) {
-  const uint32_t nu = static_cast<uint32_t>(uParameters.size());
-  const uint32_t nv = static_cast<uint32_t>(vParameters.size());
   Net net;
   FillNet(points, net);
   std::vector<Basis> uBases(nu);

@@ -44,13 +44,13 @@ class KLY_CubicBezierPatch {
   // at least the counts of GetAdaptiveMeshSize (std::out_of_range "invalid vector<T>
   // subscript" otherwise, with nothing written). Triangle normals are not written.
   void FillMesh(KLY_Mesh& mesh, uint32_t material);
-  // The grid already worked out by GetAdaptiveMeshSize, appended to `mesh` with its triangles'
-  // indices counted from the mesh's vertex count: lets a caller lay many patches into one mesh
-  // without copying each. Unlike FillMesh it writes triangle normals, the face normals of the
-  // mesh's rule (a triangle of no area takes its first corner's vertex normal). Fails with
-  // std::length_error past 32-bit counts, adding nothing.
-  void AppendGrid(KLY_Mesh& mesh, uint32_t material, const std::vector<double>& uParameters,
-                  const std::vector<double>& vParameters);
+  // The grid of the nu u and nv v parameters GetAdaptiveMeshSize worked out, appended to `mesh`
+  // with its triangles' indices counted from the mesh's vertex count: lets a caller lay many
+  // patches into one mesh (reserved once) without copying each. Unlike FillMesh it writes
+  // triangle normals, the face normals of the mesh's rule (a triangle of no area takes its first
+  // corner's vertex normal). Fails with std::length_error past 32-bit counts, adding nothing.
+  void AppendGrid(KLY_Mesh& mesh, uint32_t material, const double* uParameters, uint32_t nu,
+                  const double* vParameters, uint32_t nv);
 
  protected:
   void Eval(double u, double v, ORT_Vector3T<double>& out);
@@ -77,8 +77,8 @@ class KLY_CubicBezierPatch {
   // Hands every grid vertex in row order to `putVertex`, then every triangle, with indices
   // counted from `firstVertex`, to `putTriangle`. Triangle normals are left as they are.
   template <class PutVertex, class PutTriangle>
-  void WriteGrid(uint32_t material, const std::vector<double>& uParameters,
-                 const std::vector<double>& vParameters, uint32_t firstVertex, PutVertex putVertex,
+  void WriteGrid(uint32_t material, const double* uParameters, uint32_t nu,
+                 const double* vParameters, uint32_t nv, uint32_t firstVertex, PutVertex putVertex,
                  PutTriangle putTriangle);
   void MakeParameters(std::vector<double>& uParameters, std::vector<double>& vParameters);
 };

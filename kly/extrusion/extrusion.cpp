@@ -190,37 +190,3 @@ void KLY_Extrusion::BuildGeometry() {
   ClearWorkingFields();
   if (failure != 0) throw failure;
 }
-
-void KLY_Extrusion::BuildWalls() {
-  BuildBevelCurve(false);
-  BuildBevelCurve(true);
-  std::vector<ORT_Vector3T<double>> outerProfile;
-  std::vector<ORT_Vector3T<double>> holeProfile;
-  bevelCurve.PureBezier(outerProfile);
-  holeBevelCurve.PureBezier(holeProfile);
-  bevelCurve.GetBezierArcLength(outerProfile, bevelArcLengths);
-  holeBevelCurve.GetBezierArcLength(holeProfile, holeBevelArcLengths);
-
-  std::vector<double> uParameters;
-  std::vector<double> vParameters;
-  for (size_t i = 0; i < contours.size(); ++i) {
-    const std::vector<ORT_Vector3T<double>>& profile = holeFlags[i] ? holeProfile : outerProfile;
-    const uint32_t bands = static_cast<uint32_t>(profile.size() / 3);
-    contours[i].GetBezierArcLength(bezierChains[i], contourArcLengths);
-    const uint32_t cubics = static_cast<uint32_t>(bezierChains[i].size() / 3);
-    // Band by band, cubic by cubic: every patch is its own grid, laid straight into this
-    // mesh, as BuildSideMesh would make it and AppendTriangleMesh append it. A band is kept
-    // whole or not at all, so a failure leaves only complete bands behind.
-    for (uint32_t b = 0; b < bands; ++b) {
-      const uint32_t keptVertices = GetNumVertices();
-      const uint32_t keptTriangles = GetNumTriangles();
-      try {
-        for (uint32_t s = 0; s < cubics; ++s)
-          AppendSidePatch(static_cast<uint32_t>(i), s, b, uParameters, vParameters);
-      } catch (...) {
-        SetSize(keptVertices, keptTriangles);
-        throw;
-      }
-    }
-  }
-}

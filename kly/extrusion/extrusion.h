@@ -132,16 +132,17 @@ class KLY_Extrusion : public KLY_Mesh {
   void FillEngineInput(TessRecord& in) const;
   // The engine's output as front-face vertices and triangles, UVs spanning the outline's box.
   void WriteFrontFace(const TessRecord& out, KLY_Mesh& mesh) const;
-  // The contour walls, band by band, cubic by cubic.
+  // The contour walls, band by band, cubic by cubic, as BuildSideMesh makes each patch and
+  // AppendTriangleMesh would append it: planned whole first, then written into arrays
+  // reserved once (side_mesh.cpp).
+  struct WallPlan;
   void BuildWalls();
-  // The patch of one contour cubic and one profile cubic, set up for filling (geometry,
-  // texture ranges, granularity); returns its material, bevel or side wall.
-  uint32_t PrepareSidePatch(uint32_t contourIndex, uint32_t curveIndex, uint32_t profileIndex,
+  void PlanWalls(WallPlan& plan);
+  // The patch of one contour cubic and one profile cubic set up for filling from its
+  // `geometry` (texture ranges, granularity); returns its material, bevel or side wall.
+  uint32_t PrepareSidePatch(tagCUBIC_PATCH_PTS& geometry, uint32_t contourIndex,
+                            uint32_t curveIndex, uint32_t profileIndex,
                             KLY_CubicBezierPatch& patch);
-  // BuildSideMesh followed by AppendTriangleMesh, without the intermediate mesh; the parameter
-  // vectors are scratch space kept across calls.
-  void AppendSidePatch(uint32_t contourIndex, uint32_t curveIndex, uint32_t profileIndex,
-                       std::vector<double>& uParameters, std::vector<double>& vParameters);
   // Steps shared by AdjustContoursForBeveling and OptimizeContours: every contour closed and
   // flattened into `polygons`; then the results of three points or more put in place of the
   // contours' points and codes, and `polygons` emptied.

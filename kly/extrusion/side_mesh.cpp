@@ -1,38 +1,24 @@
-// The walls: one bicubic patch for each pair of a contour cubic and a profile cubic, spread
-// along the outline's normals, mitred at the corners.
-#include <algorithm>
-#include <cmath>
+// The walls: one bicubic patch for each pair of a contour cubic and a profile cubic, laid band
+// by band, cubic by cubic, into the solid's own arrays.
 #include <cstdint>
+#include <exception>
 #include <stdexcept>
 #include <vector>
 
-#include "kly/curves/cubic_bezier_curve.h"
 #include "kly/curves/cubic_bezier_patch.h"
 #include "kly/extrusion/extrusion.h"
-#include "kly/host/spn.h"
-#include "kly/package/failure.h"
+#include "kly/extrusion/patch_frame.h"
 
 namespace {
 
 using Vec3 = ORT_Vector3T<double>;
-using Vec2 = ORT_Vector2T<double>;
+using kly::extrusion::MakePatchFrame;
+using kly::extrusion::PatchFrame;
+using kly::extrusion::SpreadPatchFrame;
 
-// A corner grows by 1 / 0.6 at the most; a sharper corner is cut off there.
-constexpr double kSmallestMiterCosine = 0.6;
-// Below this the leg and the inner direction count as parallel.
-constexpr double kParallel = 1e-6;
 constexpr double kNoDepth = 1e-6;
 // A straight wall always gets three levels across the depth.
 constexpr uint32_t kWallLevels = 3;
-
-// Normalised when it has any length; a zero vector stays as it is.
-void NormalizeIfNonZero(Vec3& v) {
-  if (v.x * v.x + v.y * v.y + v.z * v.z > 0.0) KLY_Normalize(v);
-}
-
-double Dot(const Vec3& a, const Vec3& b) {
-  return a.x * b.x + a.y * b.y + a.z * b.z;
-}
 
 template <class T>
 const T& Checked(const std::vector<T>& list, size_t index) {
@@ -40,98 +26,35 @@ const T& Checked(const std::vector<T>& list, size_t index) {
   return list[index];
 }
 
-KLY_CubicBezierCurve Cubic(const std::vector<Vec3>& chain, uint32_t index) {
-  const size_t first = 3 * static_cast<size_t>(index);
-  KLY_CubicBezierCurve curve;
-  curve.SetControlPts(Checked(chain, first), Checked(chain, first + 1), Checked(chain, first + 2),
-                      Checked(chain, first + 3));
-  return curve;
-}
-
-Vec3 UnitNormal(KLY_CubicBezierCurve& curve, double t) {
-  Vec3 n;
-  curve.GetNormalVec(t, n);
-  NormalizeIfNonZero(n);
-  return n;
-}
-
-// How far to move an inner control point along `direction` (per unit of outset) so that it
-// lands on the line through the shifted corner `shifted` parallel to the leg from `end` to
-// `inner`: the offset curve's end tangent then stays parallel to the leg.
-double InnerScale(const Vec3& end, const Vec3& inner, const Vec3& shifted, const Vec3& direction) {
-  const Vec2 e{inner.x - end.x, inner.y - end.y};
-  const Vec2 g{inner.x - shifted.x, inner.y - shifted.y};
-  const double d = direction.y * e.x - direction.x * e.y;
-  return std::fabs(d) > kParallel ? (e.y * g.x - e.x * g.y) / d : 1.0;
-}
-
-// Where one side of a patch goes: its end point and inner control point directions, each
-// already scaled per unit of outset.
-struct PatchDirections {
-  Vec3 start;        // s0 A0
-  Vec3 firstInner;   // Wa M1
-  Vec3 secondInner;  // Wb M2
-  Vec3 end;          // s1 A1
-};
-
 }  // namespace
+
+// Every patch of the walls in mesh order with its grid, worked out before anything is written
+// so that the solid's arrays are sized once.
+struct KLY_Extrusion::WallPlan {
+  struct Patch {
+    KLY_CubicBezierPatch patch;
+    uint32_t material;
+    size_t firstParameter;  // nu u parameters, then nv v parameters, in `parameters`
+    uint32_t nu;
+    uint32_t nv;
+  };
+  std::vector<Patch> patches;
+  std::vector<size_t> bandEnds;  // where each complete band's patches end
+  std::vector<double> parameters;
+  uint64_t vertices = 0;  // the mesh's own counts included
+  uint64_t triangles = 0;
+};
 
 void KLY_Extrusion::BuildPatchGeometry(uint32_t contourIndex, uint32_t curveIndex,
                                        uint32_t profileIndex, tagCUBIC_PATCH_PTS& out) {
-  const std::vector<Vec3>& chain = Checked(bezierChains, contourIndex);
-  const uint32_t m = static_cast<uint32_t>(chain.size() / 3);
-  KLY_CubicBezierCurve current = Cubic(chain, curveIndex);
-  KLY_CubicBezierCurve next = Cubic(chain, curveIndex == m - 1 ? 0 : curveIndex + 1);
-  KLY_CubicBezierCurve previous = Cubic(chain, curveIndex == 0 ? m - 1 : curveIndex - 1);
-  Vec3 q[4];
-  current.GetControlPts(q[0], q[1], q[2], q[3]);
-
-  const Vec2 xy[4] = {{q[0].x, q[0].y}, {q[1].x, q[1].y}, {q[2].x, q[2].y}, {q[3].x, q[3].y}};
-  const SPN_CurveClass<2, Vec2> planar(xy[0], xy[1], xy[2], xy[3]);
-  const double t1 = SPN_NearestPointOnCurve(xy[1], planar);
-  const double t2 = SPN_NearestPointOnCurve(xy[2], planar);
-
-  const Vec3 na = UnitNormal(current, 0.0);
-  const Vec3 np = UnitNormal(previous, 1.0);
-  const Vec3 nb = UnitNormal(current, 1.0);
-  const Vec3 nn = UnitNormal(next, 0.0);
-  // Neighbouring patches share these at their common end: the corners are mitred.
-  Vec3 a0 = na + np;
-  Vec3 a1 = nb + nn;
-  NormalizeIfNonZero(a0);
-  NormalizeIfNonZero(a1);
-
-  Vec3 m1;
-  Vec3 m2;
-  if (current.IsStraight()) {
-    m1 = a0 + (a1 - a0) * 0.3333333333333333;
-    m2 = a0 + (a1 - a0) * 0.6666666666666666;
-  } else {
-    m1 = UnitNormal(current, t1);
-    m2 = UnitNormal(current, t2);
-  }
-  const double s0 = 1.0 / std::max(std::fabs(Dot(a0, na)), kSmallestMiterCosine);
-  const double s1 = 1.0 / std::max(std::fabs(Dot(a1, nb)), kSmallestMiterCosine);
-  const double wa = InnerScale(q[0], q[1], q[0] + a0 * s0, m1);
-  const double wb = InnerScale(q[3], q[2], q[3] + a1 * s1, m2);
-  const Vec3 directions[4] = {a0 * s0, m1 * wa, m2 * wb, a1 * s1};
-
+  const PatchFrame frame = MakePatchFrame(Checked(bezierChains, contourIndex), curveIndex);
   KLY_Contour& profile = Checked(holeFlags, contourIndex) == 1 ? holeBevelCurve : bevelCurve;
-  for (uint32_t r = 0; r < 4; ++r) {
-    Vec3 rowPoint;
-    profile.GetPoint(3 * profileIndex + r, rowPoint);
-    for (uint32_t c = 0; c < 4; ++c) {
-      Vec3 p = q[c] + directions[c] * rowPoint.x;
-      p.z = rowPoint.z;
-      out.points[4 * r + c] = p;
-    }
-  }
+  SpreadPatchFrame(frame, profile, profileIndex, out);
 }
 
-uint32_t KLY_Extrusion::PrepareSidePatch(uint32_t contourIndex, uint32_t curveIndex,
-                                         uint32_t profileIndex, KLY_CubicBezierPatch& patch) {
-  tagCUBIC_PATCH_PTS geometry;
-  BuildPatchGeometry(contourIndex, curveIndex, profileIndex, geometry);
+uint32_t KLY_Extrusion::PrepareSidePatch(tagCUBIC_PATCH_PTS& geometry, uint32_t contourIndex,
+                                         uint32_t curveIndex, uint32_t profileIndex,
+                                         KLY_CubicBezierPatch& patch) {
   patch.SetCubicGeometry(geometry);
 
   // Texture coordinates: u once around the contour, v from the front to the back.
@@ -165,8 +88,11 @@ uint32_t KLY_Extrusion::PrepareSidePatch(uint32_t contourIndex, uint32_t curveIn
 
 void KLY_Extrusion::BuildSideMesh(KLY_Mesh& mesh, uint32_t contourIndex, uint32_t curveIndex,
                                   uint32_t profileIndex) {
+  tagCUBIC_PATCH_PTS geometry;
+  BuildPatchGeometry(contourIndex, curveIndex, profileIndex, geometry);
   KLY_CubicBezierPatch patch;
-  const uint32_t material = PrepareSidePatch(contourIndex, curveIndex, profileIndex, patch);
+  const uint32_t material =
+      PrepareSidePatch(geometry, contourIndex, curveIndex, profileIndex, patch);
   uint32_t vertexCount = 0;
   uint32_t triangleCount = 0;
   std::vector<double> uParameters;
@@ -176,13 +102,94 @@ void KLY_Extrusion::BuildSideMesh(KLY_Mesh& mesh, uint32_t contourIndex, uint32_
   patch.FillMesh(mesh, material);
 }
 
-void KLY_Extrusion::AppendSidePatch(uint32_t contourIndex, uint32_t curveIndex,
-                                    uint32_t profileIndex, std::vector<double>& uParameters,
-                                    std::vector<double>& vParameters) {
-  KLY_CubicBezierPatch patch;
-  const uint32_t material = PrepareSidePatch(contourIndex, curveIndex, profileIndex, patch);
-  uint32_t vertexCount = 0;
-  uint32_t triangleCount = 0;
-  patch.GetAdaptiveMeshSize(vertexCount, triangleCount, uParameters, vParameters);
-  patch.AppendGrid(*this, material, uParameters, vParameters);
+void KLY_Extrusion::PlanWalls(WallPlan& plan) {
+  std::vector<Vec3> outerProfile;
+  std::vector<Vec3> holeProfile;
+  bevelCurve.PureBezier(outerProfile);
+  holeBevelCurve.PureBezier(holeProfile);
+  bevelCurve.GetBezierArcLength(outerProfile, bevelArcLengths);
+  holeBevelCurve.GetBezierArcLength(holeProfile, holeBevelArcLengths);
+
+  std::vector<double> uParameters;
+  std::vector<double> vParameters;
+  std::vector<PatchFrame> frames;
+  for (uint32_t i = 0; i < contours.size(); ++i) {
+    const bool hole = holeFlags[i] == 1;
+    const uint32_t bands = static_cast<uint32_t>((hole ? holeProfile : outerProfile).size() / 3);
+    KLY_Contour& profile = hole ? holeBevelCurve : bevelCurve;
+    contours[i].GetBezierArcLength(bezierChains[i], contourArcLengths);
+    const uint32_t cubics = static_cast<uint32_t>(bezierChains[i].size() / 3);
+    // Each cubic's frame is made in the first band (where a failing one stops the walls, as a
+    // band's first patch would) and shared by the others.
+    frames.clear();
+    for (uint32_t b = 0; b < bands; ++b) {
+      for (uint32_t s = 0; s < cubics; ++s) {
+        if (b == 0) frames.push_back(MakePatchFrame(bezierChains[i], s));
+        WallPlan::Patch planned;
+        tagCUBIC_PATCH_PTS geometry;
+        SpreadPatchFrame(frames[s], profile, b, geometry);
+        planned.material = PrepareSidePatch(geometry, i, s, b, planned.patch);
+        uint32_t vertexCount = 0;
+        uint32_t triangleCount = 0;
+        planned.patch.GetAdaptiveMeshSize(vertexCount, triangleCount, uParameters, vParameters);
+        if (plan.vertices + vertexCount > UINT32_MAX ||
+            plan.triangles + triangleCount > UINT32_MAX) {
+          throw std::length_error("mesh larger than 32-bit counts");
+        }
+        plan.vertices += vertexCount;
+        plan.triangles += triangleCount;
+        planned.firstParameter = plan.parameters.size();
+        planned.nu = static_cast<uint32_t>(uParameters.size());
+        planned.nv = static_cast<uint32_t>(vParameters.size());
+        plan.parameters.insert(plan.parameters.end(), uParameters.begin(), uParameters.end());
+        plan.parameters.insert(plan.parameters.end(), vParameters.begin(), vParameters.end());
+        plan.patches.push_back(planned);
+      }
+      plan.bandEnds.push_back(plan.patches.size());
+    }
+  }
+}
+
+void KLY_Extrusion::BuildWalls() {
+  BuildBevelCurve(false);
+  BuildBevelCurve(true);
+  WallPlan plan;
+  plan.vertices = GetNumVertices();
+  plan.triangles = GetNumTriangles();
+  // A failure while planning still lets the bands before it be written, as a build that wrote
+  // each band as it went would have; the band it stopped in is written too, so that a failure
+  // of its grids comes first, and then taken away.
+  std::exception_ptr planFailure;
+  try {
+    PlanWalls(plan);
+  } catch (...) {
+    planFailure = std::current_exception();
+  }
+  if (planFailure) plan.bandEnds.push_back(plan.patches.size());
+  Reserve(static_cast<uint32_t>(plan.vertices), static_cast<uint32_t>(plan.triangles));
+
+  size_t first = 0;
+  uint32_t keptVertices = GetNumVertices();
+  uint32_t keptTriangles = GetNumTriangles();
+  for (const size_t end : plan.bandEnds) {
+    // A band is kept whole or not at all, so a failure leaves only complete bands behind.
+    keptVertices = GetNumVertices();
+    keptTriangles = GetNumTriangles();
+    try {
+      for (size_t k = first; k < end; ++k) {
+        WallPlan::Patch& planned = plan.patches[k];
+        const double* u = plan.parameters.data() + planned.firstParameter;
+        planned.patch.AppendGrid(*this, planned.material, u, planned.nu, u + planned.nu,
+                                 planned.nv);
+      }
+    } catch (...) {
+      SetSize(keptVertices, keptTriangles);
+      throw;
+    }
+    first = end;
+  }
+  if (planFailure) {
+    SetSize(keptVertices, keptTriangles);
+    std::rethrow_exception(planFailure);
+  }
 }

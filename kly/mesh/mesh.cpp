@@ -58,15 +58,9 @@ void KLY_Mesh::SetSize(uint32_t num_vertices, uint32_t num_triangles) {
   triangles.resize(num_triangles);
 }
 
-void KLY_Mesh::PushVertex(const KLY_Vertex& vertex) {
-  // Copied first: `vertex` may live in the vector that is about to grow.
-  const KLY_Vertex copy = vertex;
-  vertices.push_back(copy);
-}
-
-void KLY_Mesh::PushFace(const KLY_Triangle& triangle) {
-  const KLY_Triangle copy = triangle;
-  triangles.push_back(copy);
+void KLY_Mesh::Reserve(uint32_t num_vertices, uint32_t num_triangles) {
+  vertices.reserve(num_vertices);
+  triangles.reserve(num_triangles);
 }
 
 void KLY_Mesh::ClearGeometry() {

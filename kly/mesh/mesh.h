@@ -61,9 +61,13 @@ class KLY_Mesh : public KLY_Geometry {
     return kVertexByteSize * GetNumVertices() + kTriangleByteSize * GetNumTriangles();
   }
 
-  // Append a copy; the argument may be an element of the same vector.
-  void PushVertex(const KLY_Vertex& vertex);
-  void PushFace(const KLY_Triangle& triangle);
+  // Append a copy; the argument may be an element of the same vector. Inline: builders push
+  // millions of records, and a call each cost more than the store.
+  void PushVertex(const KLY_Vertex& vertex) { vertices.push_back(vertex); }
+  void PushFace(const KLY_Triangle& triangle) { triangles.push_back(triangle); }
+  // Room for that many records in all, allocated at once: a builder that counts first then
+  // pushes without the arrays ever moving. Never shrinks.
+  void Reserve(uint32_t num_vertices, uint32_t num_triangles);
   // Empties vertices and triangles and sets dirty; materials, facet and bounds stay.
   void ClearGeometry();
 

@@ -225,6 +225,14 @@ TEST(SvgReader, UnsupportedFeaturesWarnOnceAKind) {
   EXPECT_EQ(drawing.shapes[0].fill.r, 0);
   EXPECT_EQ(drawing.shapes[1].fill.r, 0);
   EXPECT_FALSE(drawing.shapes[2].has_fill);
+
+  // 70 unknown element names, 71 elements: 64 kinds get their line, the other 7 one more.
+  std::string many = "<svg>";
+  for (int i = 0; i < 70; ++i) many += "<e" + std::to_string(i) + "/>";
+  const std::vector<std::string> lines = ReadSvg(many + "<e69/></svg>").warnings;
+  ASSERT_EQ(lines.size(), 65u);
+  EXPECT_EQ(lines[63], "<e63> element ignored at line 1");
+  EXPECT_EQ(lines[64], "7 more warnings");
 }
 
 TEST(SvgReader, ErrorsAreOneLineNamingTheElement) {

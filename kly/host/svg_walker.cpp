@@ -316,8 +316,9 @@ void SvgWalker::DrawShape(pugi::xml_node element, const Context& context) {
   if (fill.kind == SvgPaint::kServer) {
     Warn(element, "gradient or pattern fill drawn black", "gradient or pattern fills drawn black");
   }
-  if (!shape.has_fill)
+  if (!shape.has_fill) {
     Warn(element, "shape without fill not built", "shapes without fill not built");
+  }
   if (context.style.stroked) Warn(element, "stroke ignored", "strokes ignored");
   if (shape.has_fill && context.style.translucent_fill) {
     Warn(element, "fill-opacity ignored", "fill-opacity values ignored");
@@ -351,10 +352,7 @@ SvgPath SvgWalker::ShapeOutline(pugi::xml_node element, const Context& context) 
     Warn(element, tag + " without area not built", tag + " elements without area not built");
   };
   if (NameIs(element, "path")) {
-    Guarded(element, [&] {
-      ParsePathData(element.attribute("d").value(), outline);
-      return 0;
-    });
+    Guarded(element, [&] { ParsePathData(element.attribute("d").value(), outline); });
   } else if (NameIs(element, "rect")) {
     const double width = length("width", SvgAxis::kX);
     const double height = length("height", SvgAxis::kY);

@@ -10,6 +10,10 @@ void SvgWarnings::Add(const std::string& singular, const std::string& plural,
     ++kinds_[found->second].count;
     return;
   }
+  if (kinds_.size() == kMaxKinds) {
+    ++others_;
+    return;
+  }
   index_.emplace(singular, kinds_.size());
   kinds_.push_back({singular, plural, where, 1});
 }
@@ -20,6 +24,9 @@ std::vector<std::string> SvgWarnings::Lines() const {
     lines.push_back(kind.count == 1 ? kind.singular + " at " + kind.first_where
                                     : std::to_string(kind.count) + " " + kind.plural +
                                           ", the first at " + kind.first_where);
+  }
+  if (others_ > 0) {
+    lines.push_back(std::to_string(others_) + (others_ == 1 ? " more warning" : " more warnings"));
   }
   return lines;
 }

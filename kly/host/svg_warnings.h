@@ -17,8 +17,11 @@ class SvgWarnings {
   void Add(const std::string& singular, const std::string& plural, const std::string& where);
 
   // In the order first met: "<text> element ignored at line 12", or, for several,
-  // "3 <text> elements ignored, the first at line 12".
+  // "3 <text> elements ignored, the first at line 12". Past kMaxKinds kinds (a file of many
+  // unknown element names), the rest are counted on one last line: "5 more warnings".
   std::vector<std::string> Lines() const;
+
+  static constexpr size_t kMaxKinds = 64;
 
  private:
   struct Kind {
@@ -27,6 +30,7 @@ class SvgWarnings {
   };
   std::vector<Kind> kinds_;
   std::unordered_map<std::string, size_t> index_;  // of kinds_, by singular wording
+  size_t others_ = 0;                              // occurrences past kMaxKinds kinds
 };
 
 }  // namespace host

@@ -15,6 +15,8 @@
 #include "cli/commands/cylinder_command.h"
 #include "cli/commands/plane_command.h"
 #include "cli/commands/sphere_command.h"
+#include "cli/commands/svg_command.h"
+#include "cli/commands/text_command.h"
 #include "cli/options/argument_spelling.h"
 #include "cli/runtime/failure_text.h"
 #include "cli/runtime/library_session.h"
@@ -47,6 +49,8 @@ void AddCommands(CLI::App& app) {
   kly::cli::AddSphereCommand(app);
   kly::cli::AddCylinderCommand(app);
   kly::cli::AddPlaneCommand(app);
+  kly::cli::AddTextCommand(app);
+  kly::cli::AddSvgCommand(app);
 }
 
 // The library's reports on a run that succeeded: what it warned about along the way.

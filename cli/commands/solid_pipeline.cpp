@@ -78,8 +78,9 @@ MeshStats Encode(const KLY_Mesh& mesh, const SolidJob& job, const SolidOptions& 
   MeshStats stats;
   RunStage("writing " + (path == kStandardOutput ? "standard output" : path), [&] {
     try {
-      const ExportMesh exported(mesh, MeshDescription{job.name, job.slot_names, job.size_options},
-                                write);
+      const ExportMesh exported(
+          mesh, MeshDescription{job.name, job.slot_names, job.size_options, job.slot_colors},
+          write);
       std::ostream* materials = file.materials ? &file.materials->Stream() : nullptr;
       const std::string library = file.materials ? FileName(file.materials->Path()) : "";
       const WriteSummary summary =
@@ -102,8 +103,9 @@ void CommitAll(std::vector<OutputFile>& files) {
   PendingFile::CommitTogether(pending);
 }
 
-void Build(KLY_Mesh& solid, const SolidJob& job, const MeshOptions& options) {
-  RunStage("building " + job.label, [&] { solid.Update(); });
+void Build(KLY_Mesh& solid, const SolidJob& job, const MeshOptions& options,
+           const std::function<void()>& build) {
+  RunStage("building " + job.label, build);
   for (uint32_t round = 1; round <= options.subdivide_rounds; ++round) {
     RunStage("subdividing, round " + std::to_string(round) + " of " +
                  std::to_string(options.subdivide_rounds),
@@ -113,8 +115,9 @@ void Build(KLY_Mesh& solid, const SolidJob& job, const MeshOptions& options) {
 }
 
 std::vector<MeshStats> BuildAndEncode(KLY_Mesh& solid, const SolidJob& job,
-                                      const SolidOptions& options, std::vector<OutputFile>& files) {
-  Build(solid, job, options.mesh);
+                                      const SolidOptions& options, std::vector<OutputFile>& files,
+                                      const std::function<void()>& build) {
+  Build(solid, job, options.mesh, build);
   if (!options.mesh.split) return {Encode(solid, job, options, files[0])};
   KLY_Mesh front;
   KLY_Mesh back;
@@ -127,14 +130,20 @@ std::vector<MeshStats> BuildAndEncode(KLY_Mesh& solid, const SolidJob& job,
 }  // namespace
 
 void RunSolid(KLY_Mesh& solid, const SolidJob& job, SolidOptions& options) {
+  RunMeshJob(solid, job, options, [&solid] { solid.Update(); });
+}
+
+void RunMeshJob(KLY_Mesh& solid, const SolidJob& job, SolidOptions& options,
+                const std::function<void()>& build) {
   SettleSolidOptions(options);
   SetQuiet(options.report.quiet);
   const Clock::time_point start = Clock::now();
   CheckSize(job, options.mesh);
   std::vector<OutputFile> files = CreateOutputs(options);
-  const std::vector<MeshStats> stats = BuildAndEncode(solid, job, options, files);
+  const std::vector<MeshStats> stats = BuildAndEncode(solid, job, options, files, build);
   CommitAll(files);
-  // Notes come after the commit, so that a failure stays the run's only line.
+  // Warnings and notes come after the commit, so that a failure stays the run's only line.
+  for (const std::string& warning : job.warnings) Warn(warning);
   for (const MeshStats& file : stats) {
     if (file.triangles == 0) Note(ShownPath(file.path) + " gets no triangles");
   }

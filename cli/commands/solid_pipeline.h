@@ -2,10 +2,12 @@
 // options (subdivide, weld, split), and write the file or the two halves, all or nothing.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "cli/options/solid_options.h"
+#include "cli/writers/file_numbers.h"
 #include "kly/mesh/mesh.h"
 
 namespace kly {
@@ -20,14 +22,22 @@ struct SolidJob {
   std::vector<std::string> slot_names;
   // The options that scale the solid ("--radius"), named when a position does not fit a file.
   std::string size_options;
-  // Triangles the build will make, before any subdivision.
+  // Triangles the build will make, before any subdivision (0 when only the build can tell).
   double triangles;
+  // Colours of the slots that --color does not name, one a slot; the rest are light grey.
+  std::vector<Float3> slot_colors = {};
+  // Lines for the user ("kly: warning: ..."), printed once the files are in place.
+  std::vector<std::string> warnings = {};
 };
 
 // Runs the job on `solid`, whose parameters are set and which has not been updated yet. Every
 // file is created before the build, so an unwritable path fails at once; all of them are
 // encoded before any is renamed into place.
 void RunSolid(KLY_Mesh& solid, const SolidJob& job, SolidOptions& options);
+
+// As RunSolid, with `build` in place of the solid's Update: it leaves the built mesh in `mesh`.
+void RunMeshJob(KLY_Mesh& mesh, const SolidJob& job, SolidOptions& options,
+                const std::function<void()>& build);
 
 }  // namespace cli
 }  // namespace kly

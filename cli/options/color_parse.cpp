@@ -10,12 +10,6 @@ namespace cli {
 
 namespace {
 
-// The sRGB transfer function, undone: what #RRGGBB means on screen as light.
-float Linear(int byte) {
-  const double c = byte / 255.0;
-  return static_cast<float>(c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4));
-}
-
 int HexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
   const char lower = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -30,6 +24,12 @@ bool IsHexColor(const std::string& color) {
 
 }  // namespace
 
+// The sRGB transfer function, undone: what #RRGGBB means on screen as light.
+float LinearFromSrgb(int byte) {
+  const double c = byte / 255.0;
+  return static_cast<float>(c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4));
+}
+
 SlotColor ParseSlotColor(const std::string& text, const std::vector<std::string>& slots) {
   const size_t equals = text.find('=');
   if (equals == std::string::npos) {
@@ -43,7 +43,7 @@ SlotColor ParseSlotColor(const std::string& text, const std::vector<std::string>
   const std::string color = text.substr(equals + 1);
   if (!IsHexColor(color)) throw std::invalid_argument("'" + color + "' is not a #RRGGBB colour");
   for (int k = 0; k < 3; ++k) {
-    result.rgb[k] = Linear(HexDigit(color[1 + 2 * k]) * 16 + HexDigit(color[2 + 2 * k]));
+    result.rgb[k] = LinearFromSrgb(HexDigit(color[1 + 2 * k]) * 16 + HexDigit(color[2 + 2 * k]));
   }
   return result;
 }

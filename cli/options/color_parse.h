@@ -14,5 +14,8 @@ namespace cli {
 // std::invalid_argument naming the problem.
 SlotColor ParseSlotColor(const std::string& text, const std::vector<std::string>& slots);
 
+// The linear value of an sRGB byte (0 to 255), as files take colours.
+float LinearFromSrgb(int byte);
+
 }  // namespace cli
 }  // namespace kly

@@ -24,5 +24,9 @@ void Note(const std::string& text) {
   if (!quiet) std::fprintf(stderr, "kly: note: %s\n", text.c_str());
 }
 
+void Warn(const std::string& text) {
+  if (!quiet) std::fprintf(stderr, "kly: warning: %s\n", text.c_str());
+}
+
 }  // namespace cli
 }  // namespace kly

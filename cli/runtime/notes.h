@@ -14,5 +14,9 @@ bool Quiet();
 // "kly: note: <text>", unless quiet.
 void Note(const std::string& text);
 
+// "kly: warning: <text>", unless quiet: something of the input that the file leaves out or
+// draws otherwise than asked.
+void Warn(const std::string& text);
+
 }  // namespace cli
 }  // namespace kly

@@ -49,7 +49,7 @@ ExportMesh::ExportMesh(const KLY_Mesh& mesh, MeshDescription description,
   for (uint32_t slot : triangles.slots) slot_used[slot] = true;
   const MaterialPlan plan =
       MergeMaterials(SlotNames(description_, mesh.NumMaterials(), triangles.slot_count), slot_used,
-                     options.colors);
+                     options.colors, description_.slot_colors);
 
   // Triangles material by material, keeping the mesh's order within each.
   std::vector<uint32_t> first(plan.materials.size() + 1, 0);

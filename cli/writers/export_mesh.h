@@ -27,6 +27,9 @@ struct MeshDescription {
   std::vector<std::string> slot_names;
   // The options that scale the solid ("--radius"), named when a position does not fit a file.
   std::string size_options;
+  // Colours of the slots in order, for the slots that the options do not colour; slots past the
+  // list are light grey.
+  std::vector<Float3> slot_colors = {};
 };
 
 // A built mesh as a file will hold it. Only data: it does not refer to the library's mesh.

@@ -18,7 +18,8 @@ namespace cli {
 constexpr Float3 kDefaultColor = {0.8f, 0.8f, 0.8f};
 
 struct WrittenMaterial {
-  // The slot's name, or the names of the slots it serves joined by '+' ("front+back").
+  // The slot's name, or the distinct names of the slots it serves joined by '+' ("front+back";
+  // slots of one name in several parts of a mesh name it once).
   std::string name;
   Float3 rgb;  // linear
 };
@@ -33,10 +34,12 @@ struct MaterialPlan {
 constexpr uint32_t kNoMaterial = UINT32_MAX;
 
 // `slot_names` and `slot_used` have one entry a slot. A colour names its slot exactly; where a
-// slot is named twice, the last colour wins.
+// slot is named twice, the last colour wins. A slot no colour names takes its entry of
+// `own_colors` (the colour its part of the mesh has of itself), or kDefaultColor past them.
 MaterialPlan MergeMaterials(const std::vector<std::string>& slot_names,
                             const std::vector<bool>& slot_used,
-                            const std::vector<SlotColor>& colors);
+                            const std::vector<SlotColor>& colors,
+                            const std::vector<Float3>& own_colors = {});
 
 }  // namespace cli
 }  // namespace kly

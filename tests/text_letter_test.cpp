@@ -3,8 +3,8 @@
 // ApplyPostMatrix3D put a placement and the coplanar z offset.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <cmath>
+#include <cstring>
 #include <string>
 #include <vector>
 

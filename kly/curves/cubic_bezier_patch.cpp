@@ -104,26 +104,6 @@ inline Vec3 NormalAt(const Net& net, const Basis& u, const Basis& v) {
   return NormalFromPartials(PartialUAt(net, u, v), PartialVAt(net, u, v));
 }
 
-// Face normals by the mesh's rule, unit (p2 - p0) x (p1 - p0), for the triangles from `first`
-// on. A triangle with no area (where a row of the grid pinches to a point) takes its first
-// corner's vertex normal instead of failing: the grid is sound there, only that sliver is not.
-void SetFaceNormals(KLY_Mesh& mesh, uint32_t first) {
-  const auto vertices = mesh.beginVerts();
-  for (auto t = mesh.beginTriangles() + first; t != mesh.endTriangles(); ++t) {
-    const Vec3& p0 = vertices[t->indices[0]].pos;
-    const Vec3 a = vertices[t->indices[1]].pos - p0;
-    const Vec3 b = vertices[t->indices[2]].pos - p0;
-    Vec3 n{b.y * a.z - b.z * a.y, b.z * a.x - b.x * a.z, b.x * a.y - b.y * a.x};
-    const double s = n.x * n.x + n.y * n.y + n.z * n.z;
-    if (1e-48 > s || !std::isfinite(s)) {
-      t->normal = vertices[t->indices[0]].normal;
-      continue;
-    }
-    KLY_Normalize(n);
-    t->normal = n;
-  }
-}
-
 // The patch at one v, contracted to a cubic in u: its four control points, and the four control
 // points of the v-derivative's curve (without the factor 3). A grid row then costs a cubic's
 // evaluation a vertex instead of the whole net's.
@@ -156,6 +136,46 @@ inline void EvaluateRow(const Row& row, const Basis& u, Vec3& position, Vec3& no
   for (int c = 0; c < 3; ++c) Accumulate(du, row.points[c + 1] - row.points[c], u.quadratic[c]);
   position = p;
   normal = NormalFromPartials(du * 3.0, dv * 3.0);
+}
+
+// The grid's triangles, row by row of quads: (a, a + nu + 1, a + 1), then (a, a + nu,
+// a + nu + 1), with a = firstVertex + j nu + i.
+void WriteTriangles(uint32_t nu, uint32_t nv, uint32_t firstVertex, uint32_t material,
+                    KLY_Triangle* out) {
+  for (uint32_t j = 0; j + 1 < nv; ++j) {
+    for (uint32_t i = 0; i + 1 < nu; ++i) {
+      const uint32_t a = firstVertex + j * nu + i;
+      out->SetIndices(a, a + nu + 1, a + 1);
+      (out++)->material_index = material;
+      out->SetIndices(a, a + nu, a + nu + 1);
+      (out++)->material_index = material;
+    }
+  }
+}
+
+// Face normal by the mesh's rule, unit (p2 - p0) x (p1 - p0). A triangle with no area (where a
+// row of the grid pinches to a point) takes its first corner's vertex normal instead of
+// failing: the grid is sound there, only that sliver is not.
+inline Vec3 FaceNormal(const KLY_Vertex& v0, const Vec3& p1, const Vec3& p2) {
+  const Vec3 a = p1 - v0.pos;
+  const Vec3 b = p2 - v0.pos;
+  Vec3 n{b.y * a.z - b.z * a.y, b.z * a.x - b.x * a.z, b.x * a.y - b.y * a.x};
+  const double s = n.x * n.x + n.y * n.y + n.z * n.z;
+  if (1e-48 > s || !std::isfinite(s)) return v0.normal;
+  KLY_Normalize(n);
+  return n;
+}
+
+// The face normals of the triangles WriteTriangles wrote, from the grid's corners directly.
+void SetGridFaceNormals(const KLY_Vertex* vertices, uint32_t nu, uint32_t nv, KLY_Triangle* out) {
+  for (uint32_t j = 0; j + 1 < nv; ++j) {
+    const KLY_Vertex* low = vertices + static_cast<size_t>(j) * nu;
+    const KLY_Vertex* high = low + nu;
+    for (uint32_t i = 0; i + 1 < nu; ++i) {
+      (out++)->normal = FaceNormal(low[i], high[i + 1].pos, low[i + 1].pos);
+      (out++)->normal = FaceNormal(low[i], high[i].pos, high[i + 1].pos);
+    }
+  }
 }
 
 // One of the evaluations above at a single (u, v), by the same arithmetic as FillMesh's grid.
@@ -234,66 +254,62 @@ void KLY_CubicBezierPatch::FillMesh(KLY_Mesh& mesh, uint32_t material) {
   if (mesh.GetNumVertices() < vertexCount || mesh.GetNumTriangles() < triangleCount) {
     throw std::out_of_range("invalid vector<T> subscript");
   }
-  KLY_Vertex* vertex = &*mesh.beginVerts();
-  KLY_Triangle* triangle = &*mesh.beginTriangles();
-  WriteGrid(
-      material, uParameters.data(), static_cast<uint32_t>(uParameters.size()), vParameters.data(),
-      static_cast<uint32_t>(vParameters.size()), 0, [&](const KLY_Vertex& v) { *vertex++ = v; },
-      [&](const KLY_Triangle& t) {
-        // Indices and material only: the triangle's normal stays as the mesh had it.
-        std::copy(t.indices, t.indices + 3, triangle->indices);
-        (triangle++)->material_index = t.material_index;
-      });
+  const uint32_t nu = static_cast<uint32_t>(uParameters.size());
+  const uint32_t nv = static_cast<uint32_t>(vParameters.size());
+  WriteVertices(uParameters.data(), nu, vParameters.data(), nv, &*mesh.beginVerts());
+  // Indices and material only: the triangles' normals stay as the mesh had them.
+  WriteTriangles(nu, nv, 0, material, &*mesh.beginTriangles());
 }
 
 void KLY_CubicBezierPatch::AppendGrid(KLY_Mesh& mesh, uint32_t material, const double* uParameters,
                                       uint32_t nu, const double* vParameters, uint32_t nv) {
-  if (mesh.GetNumVertices() + uint64_t{nu} * nv > UINT32_MAX ||
-      mesh.GetNumTriangles() + (2 * uint64_t{nu} - 2) * (nv - 1) > UINT32_MAX) {
+  const uint32_t firstVertex = mesh.GetNumVertices();
+  const uint32_t firstTriangle = mesh.GetNumTriangles();
+  const uint64_t vertexCount = uint64_t{nu} * nv;
+  const uint64_t triangleCount = (2 * uint64_t{nu} - 2) * (nv - 1);
+  if (firstVertex + vertexCount > UINT32_MAX || firstTriangle + triangleCount > UINT32_MAX) {
     throw std::length_error("mesh larger than 32-bit counts");
   }
-  const uint32_t firstTriangle = mesh.GetNumTriangles();
-  WriteGrid(
-      material, uParameters, nu, vParameters, nv, mesh.GetNumVertices(),
-      [&](const KLY_Vertex& v) { mesh.PushVertex(v); },
-      [&](const KLY_Triangle& t) { mesh.PushFace(t); });
-  SetFaceNormals(mesh, firstTriangle);
+  // Records are written in place rather than pushed: a record built aside and copied in made
+  // every store wait on the one before it.
+  mesh.SetSize(static_cast<uint32_t>(firstVertex + vertexCount),
+               static_cast<uint32_t>(firstTriangle + triangleCount));
+  KLY_Vertex* vertices = &*mesh.beginVerts() + firstVertex;
+  KLY_Triangle* triangles = &*mesh.beginTriangles() + firstTriangle;
+  try {
+    WriteVertices(uParameters, nu, vParameters, nv, vertices);
+  } catch (...) {
+    mesh.SetSize(firstVertex, firstTriangle);
+    throw;
+  }
+  WriteTriangles(nu, nv, firstVertex, material, triangles);
+  SetGridFaceNormals(vertices, nu, nv, triangles);
 }
 
-template <class PutVertex, class PutTriangle>
-void KLY_CubicBezierPatch::WriteGrid(uint32_t material, const double* uParameters, uint32_t nu,
-                                     const double* vParameters, uint32_t nv, uint32_t firstVertex,
-                                     PutVertex putVertex, PutTriangle putTriangle) {
+void KLY_CubicBezierPatch::WriteVertices(const double* uParameters, uint32_t nu,
+                                         const double* vParameters, uint32_t nv, KLY_Vertex* out) {
   Net net;
   FillNet(points, net);
-  std::vector<Basis> uBases(nu);
-  for (uint32_t i = 0; i < nu; ++i) FillBasis(uParameters[i], uBases[i]);
-
-  KLY_Vertex vertex;
-  vertex.pos_w = 1.0;
-  for (uint32_t j = 0; j < nv; ++j) {
-    const double v = vParameters[j];
-    Basis vBasis;
-    FillBasis(v, vBasis);
-    Row row;
-    FillRow(net, vBasis, row);
-    const double texV = vScale * v + vOffset;
-    for (uint32_t i = 0; i < nu; ++i) {
-      EvaluateRow(row, uBases[i], vertex.pos, vertex.normal);
-      vertex.uv = {uScale * uParameters[i] + uOffset, texV};
-      putVertex(vertex);
-    }
-  }
-
-  KLY_Triangle triangle(0, 0, 0);
-  triangle.material_index = material;
-  for (uint32_t j = 0; j + 1 < nv; ++j) {
-    for (uint32_t i = 0; i + 1 < nu; ++i) {
-      const uint32_t a = firstVertex + j * nu + i;
-      triangle.SetIndices(a, a + nu + 1, a + 1);
-      putTriangle(triangle);
-      triangle.SetIndices(a, a + nu, a + nu + 1);
-      putTriangle(triangle);
+  // The u bases are shared by every row; they are worked out for a block of columns at a time,
+  // so that no grid needs an allocation.
+  constexpr uint32_t kColumns = 32;
+  Basis uBases[kColumns];
+  for (uint32_t first = 0; first < nu; first += kColumns) {
+    const uint32_t columns = std::min(kColumns, nu - first);
+    for (uint32_t i = 0; i < columns; ++i) FillBasis(uParameters[first + i], uBases[i]);
+    for (uint32_t j = 0; j < nv; ++j) {
+      const double v = vParameters[j];
+      Basis vBasis;
+      FillBasis(v, vBasis);
+      Row row;
+      FillRow(net, vBasis, row);
+      const double texV = vScale * v + vOffset;
+      KLY_Vertex* vertex = out + static_cast<size_t>(j) * nu + first;
+      for (uint32_t i = 0; i < columns; ++i, ++vertex) {
+        EvaluateRow(row, uBases[i], vertex->pos, vertex->normal);
+        vertex->pos_w = 1.0;
+        vertex->uv = {uScale * uParameters[first + i] + uOffset, texV};
+      }
     }
   }
 }

@@ -15,6 +15,7 @@
 #include "kly/host/ort.h"
 
 class KLY_Mesh;
+class KLY_Vertex;
 
 // Sixteen control points in four rows of four: point (row, column) at index 4 row + column.
 // u runs along a row (the column index), v down a column (the row index).
@@ -74,11 +75,9 @@ class KLY_CubicBezierPatch {
   ORT_Vector3T<double> points[16];
 
  private:
-  // Hands every grid vertex in row order to `putVertex`, then every triangle, with indices
-  // counted from `firstVertex`, to `putTriangle`. Triangle normals are left as they are.
-  template <class PutVertex, class PutTriangle>
-  void WriteGrid(uint32_t material, const double* uParameters, uint32_t nu,
-                 const double* vParameters, uint32_t nv, uint32_t firstVertex, PutVertex putVertex,
-                 PutTriangle putTriangle);
+  // Writes the grid's vertices in row order from `out` on: position, weight 1, normal and
+  // texture coordinates; `singular` is left as it is.
+  void WriteVertices(const double* uParameters, uint32_t nu, const double* vParameters, uint32_t nv,
+                     KLY_Vertex* out);
   void MakeParameters(std::vector<double>& uParameters, std::vector<double>& vParameters);
 };

@@ -1,11 +1,14 @@
 // libFuzzer target for the SVG path data parser: the input is the d attribute as it stands.
 // It may be refused with SvgError; nothing else may happen (no crash, no other exception, no
 // hang), and what it builds must be a well-formed host path: subpaths that start with a move,
-// carry lines and whole cubics, and end with a close at their start.
+// carry lines and whole cubics, and end with a close at their start. An input that starts
+// with '<' is read as a whole drawing instead, under the same rule, so that the walk over
+// elements, styles, transforms and references is attacked too.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 #include "kly/host/svg_path_data.h"
@@ -54,6 +57,15 @@ void CheckWellFormed(const kly::host::SvgPath& path) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size > 0 && data[0] == '<') {
+    try {
+      const kly::host::SvgDrawing drawing =
+          kly::host::ReadSvg(std::string(reinterpret_cast<const char*>(data), size));
+      for (const kly::host::SvgShape& shape : drawing.shapes) Check(shape.path.Count() > 0);
+    } catch (const kly::host::SvgError&) {
+    }
+    return 0;
+  }
   kly::host::SvgPath path;
   try {
     kly::host::ParsePathData(std::string_view(reinterpret_cast<const char*>(data), size), path);

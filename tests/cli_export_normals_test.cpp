@@ -179,7 +179,7 @@ TEST(ExportNormals, SmoothNormalsTiltAConesSideUpward) {
     options.normals = mode;
     const ExportMesh exported(cone, MeshDescription{"cone", {slots[0], slots[1]}, ""}, options);
     ASSERT_EQ(exported.Materials().at(0).name, "side");
-    const ExportMesh::Material& side = exported.Materials()[0];
+    const ExportMesh::Range& side = exported.Parts().at(0).ranges.at(0);
     int rim_corners = 0;
     for (uint32_t i = 3 * side.first_triangle; i < 3 * (side.first_triangle + side.triangle_count);
          ++i) {

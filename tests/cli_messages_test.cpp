@@ -35,7 +35,7 @@ class CliMessagesTest : public CliFixture {
   }
 };
 
-const std::string kCommands = "cube, sphere, cylinder or plane";
+const std::string kCommands = "cube, sphere, cylinder, plane, text or svg";
 const std::string kCubeSlots = "front, back, left, right, top or bottom";
 const std::string kFloats = "from -3.4e+38 to 3.4e+38";
 

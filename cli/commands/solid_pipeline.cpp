@@ -79,7 +79,8 @@ MeshStats Encode(const KLY_Mesh& mesh, const SolidJob& job, const SolidOptions& 
   RunStage("writing " + (path == kStandardOutput ? "standard output" : path), [&] {
     try {
       const ExportMesh exported(
-          mesh, MeshDescription{job.name, job.slot_names, job.size_options, job.slot_colors},
+          mesh,
+          MeshDescription{job.name, job.slot_names, job.size_options, job.slot_colors, job.parts},
           write);
       std::ostream* materials = file.materials ? &file.materials->Stream() : nullptr;
       const std::string library = file.materials ? FileName(file.materials->Path()) : "";

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "cli/options/solid_options.h"
-#include "cli/writers/file_numbers.h"
+#include "cli/writers/export_mesh.h"
 #include "kly/mesh/mesh.h"
 
 namespace kly {
@@ -26,6 +26,8 @@ struct SolidJob {
   double triangles;
   // Colours of the slots that --color does not name, one a slot; the rest are light grey.
   std::vector<Float3> slot_colors = {};
+  // Named pieces over the slots, for formats that hold objects (export_mesh.h).
+  std::vector<MeshPart> parts = {};
   // Lines for the user ("kly: warning: ..."), printed once the files are in place.
   std::vector<std::string> warnings = {};
 };

@@ -85,7 +85,28 @@ bool IsBlank(const std::string& text) {
   return text.find_first_not_of(" \t\r\n") == std::string::npos;
 }
 
+// A glyph's part of the mesh is its four slots, named by its character.
+std::vector<MeshPart> LetterParts(const std::vector<PlacedGlyph>& glyphs) {
+  std::vector<MeshPart> parts;
+  for (const PlacedGlyph& glyph : glyphs) {
+    parts.push_back(MeshPart{Utf8(glyph.character), static_cast<uint32_t>(kSlots.size())});
+  }
+  return parts;
+}
+
+void CheckPerLetter(const TextOptions& text, const OutputOptions& output) {
+  const MeshFormat format = output.write.format;
+  if (text.per_letter && (format == MeshFormat::kStl || format == MeshFormat::kPly)) {
+    throw OptionError(
+        "--per-letter",
+        std::string(format == MeshFormat::kStl ? ".stl" : ".ply") + " holds no objects",
+        "a .glb or .obj output with it");
+  }
+}
+
 void BuildText(TextSettings& s) {
+  SettleSolidOptions(s.options);
+  CheckPerLetter(s.text, s.options.output);
   CheckText(s.text.text);
   const HBN_T_NMT::CTPKFontDict font = OpenFont(s.text);
   const LayoutSettings layout = Layout(s.text, font);
@@ -103,6 +124,7 @@ void BuildText(TextSettings& s) {
   for (size_t i = 0; i < glyphs.size(); ++i) {
     job.slot_names.insert(job.slot_names.end(), kSlots.begin(), kSlots.end());
   }
+  if (s.text.per_letter) job.parts = LetterParts(glyphs);
   job.warnings = MissingGlyphWarnings(glyphs, FontName(font, s.text.font));
   RunOutlines(text, output_per_build, job, s.options);
   if (IsBlank(s.text.text)) Note("the text is empty or only blanks: there is nothing to draw");

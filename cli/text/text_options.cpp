@@ -88,6 +88,9 @@ void AddLayout(CLI::App& app, TextOptions& options) {
       "Distance between the baselines of lines, or between columns, in ems. "
       "Default: the font's line spacing")
       ->type_name("EMS");
+  app.add_flag("--per-letter", options.per_letter,
+               "Write each glyph as an object of its own, named by its character: a node in a "
+               ".glb, an 'o' in an .obj (.stl and .ply hold no objects)");
   AddChoiceOption(app, "--align", options.align, kAlignNames,
                   "Alignment of each line about x = 0; of a column, top, middle or bottom "
                   "about y = 0. The first line's baseline is y = 0");

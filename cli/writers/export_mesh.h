@@ -19,6 +19,13 @@
 namespace kly {
 namespace cli {
 
+// A named piece of a mesh (a letter of a text): the next `slot_count` material slots and the
+// triangles that use them.
+struct MeshPart {
+  std::string name;
+  uint32_t slot_count;
+};
+
 // What a writer may say about a mesh beyond its geometry.
 struct MeshDescription {
   std::string name = "kly";
@@ -30,6 +37,9 @@ struct MeshDescription {
   // Colours of the slots in order, for the slots that the options do not colour; slots past the
   // list are light grey.
   std::vector<Float3> slot_colors = {};
+  // Consecutive pieces over the slots, each written as an object of its own where a format has
+  // objects; empty: the whole mesh is one piece, named `name`.
+  std::vector<MeshPart> parts = {};
 };
 
 // A built mesh as a file will hold it. Only data: it does not refer to the library's mesh.
@@ -38,9 +48,18 @@ class ExportMesh {
   struct Material {
     std::string name;
     Float3 rgb;  // linear
-    // Its triangles: [first_triangle, first_triangle + triangle_count) of the written ones.
+  };
+  // Triangles [first_triangle, first_triangle + triangle_count) of the written ones, all of
+  // material `material`.
+  struct Range {
+    uint32_t material;
     uint32_t first_triangle;
     uint32_t triangle_count;
+  };
+  // A piece with triangles, its ranges in the order of their materials.
+  struct Part {
+    std::string name;
+    std::vector<Range> ranges;
   };
 
   // A mesh whose facet flag is set (KLY_Mesh::SetFacet) is shaded flat under
@@ -51,13 +70,17 @@ class ExportMesh {
 
   const std::string& Name() const { return description_.name; }
   const std::vector<FileVertex>& Vertices() const { return shared_.vertices; }
-  // Three vertex indices a triangle, counter-clockwise seen from outside, material by material.
+  // Three vertex indices a triangle, counter-clockwise seen from outside, part by part and
+  // within a part material by material.
   const std::vector<uint32_t>& Indices() const { return shared_.indices; }
   uint32_t TriangleCount() const { return static_cast<uint32_t>(face_normals_.size()); }
   // The unit outward normal of each written triangle.
   const std::vector<Float3>& FaceNormals() const { return face_normals_; }
   // Only materials with triangles, in the order of their first slots.
   const std::vector<Material>& Materials() const { return materials_; }
+  // The pieces in the description's order, those without triangles left out; one piece named
+  // as the mesh when the description has none.
+  const std::vector<Part>& Parts() const { return parts_; }
 
   // Triangles left out for having no area in the file's floats.
   uint32_t DroppedTriangles() const { return dropped_; }
@@ -69,6 +92,7 @@ class ExportMesh {
   SharedVertices shared_;
   std::vector<Float3> face_normals_;
   std::vector<Material> materials_;
+  std::vector<Part> parts_;
   uint32_t dropped_ = 0;
   uint32_t repaired_ = 0;
 };

@@ -115,42 +115,74 @@ void SetPositionBounds(const ExportMesh& mesh, tinygltf::Accessor& accessor) {
   accessor.maxValues.assign(max.begin(), max.end());
 }
 
-tinygltf::Mesh AddMesh(const ExportMesh& mesh, tinygltf::Model& model) {
+// Vertex attributes shared by every part's primitives, and the view of the indices.
+struct SharedAccessors {
+  int positions;
+  int normals;
+  int uvs;
+  int index_view;
+  int index_type;
+  size_t index_size;
+};
+
+SharedAccessors AddBuffer(const ExportMesh& mesh, tinygltf::Model& model) {
   const BufferLayout layout = Layout(mesh);
   model.buffers.push_back(FillBuffer(mesh, layout));
   const size_t vertex_count = mesh.Vertices().size();
-  const int positions =
+  SharedAccessors shared;
+  shared.positions =
       AddAccessor(model, AddView(model, 0, layout.positions, TINYGLTF_TARGET_ARRAY_BUFFER), 0,
                   vertex_count, TINYGLTF_TYPE_VEC3, TINYGLTF_COMPONENT_TYPE_FLOAT);
-  SetPositionBounds(mesh, model.accessors[positions]);
-  const int normals = AddAccessor(
+  SetPositionBounds(mesh, model.accessors[shared.positions]);
+  shared.normals = AddAccessor(
       model, AddView(model, layout.positions, layout.normals, TINYGLTF_TARGET_ARRAY_BUFFER), 0,
       vertex_count, TINYGLTF_TYPE_VEC3, TINYGLTF_COMPONENT_TYPE_FLOAT);
-  const int uvs = AddAccessor(
+  shared.uvs = AddAccessor(
       model,
       AddView(model, layout.positions + layout.normals, layout.uvs, TINYGLTF_TARGET_ARRAY_BUFFER),
       0, vertex_count, TINYGLTF_TYPE_VEC2, TINYGLTF_COMPONENT_TYPE_FLOAT);
-  const int index_view = AddView(model, layout.positions + layout.normals + layout.uvs,
-                                 layout.indices, TINYGLTF_TARGET_ELEMENT_ARRAY_BUFFER);
-  const int index_type = layout.index_size == 2 ? TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT
-                                                : TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT;
+  shared.index_view = AddView(model, layout.positions + layout.normals + layout.uvs, layout.indices,
+                              TINYGLTF_TARGET_ELEMENT_ARRAY_BUFFER);
+  shared.index_size = layout.index_size;
+  shared.index_type = layout.index_size == 2 ? TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT
+                                             : TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT;
+  return shared;
+}
 
+// One primitive a range of the part.
+tinygltf::Mesh PartMesh(const ExportMesh::Part& part, const SharedAccessors& shared,
+                        tinygltf::Model& model) {
   tinygltf::Mesh out;
-  out.name = mesh.Name();
-  for (const ExportMesh::Material& material : mesh.Materials()) {
+  out.name = part.name;
+  for (const ExportMesh::Range& range : part.ranges) {
     tinygltf::Primitive primitive;
-    primitive.attributes["POSITION"] = positions;
-    primitive.attributes["NORMAL"] = normals;
-    primitive.attributes["TEXCOORD_0"] = uvs;
+    primitive.attributes["POSITION"] = shared.positions;
+    primitive.attributes["NORMAL"] = shared.normals;
+    primitive.attributes["TEXCOORD_0"] = shared.uvs;
     primitive.indices =
-        AddAccessor(model, index_view, 3 * size_t{material.first_triangle} * layout.index_size,
-                    3 * size_t{material.triangle_count}, TINYGLTF_TYPE_SCALAR, index_type);
-    primitive.material = static_cast<int>(model.materials.size());
+        AddAccessor(model, shared.index_view, 3 * size_t{range.first_triangle} * shared.index_size,
+                    3 * size_t{range.triangle_count}, TINYGLTF_TYPE_SCALAR, shared.index_type);
+    primitive.material = static_cast<int>(range.material);
     primitive.mode = TINYGLTF_MODE_TRIANGLES;
-    model.materials.push_back(GltfMaterial(material));
     out.primitives.push_back(primitive);
   }
   return out;
+}
+
+// One mesh and one node a part, all over one buffer.
+void AddParts(const ExportMesh& mesh, tinygltf::Model& model, tinygltf::Scene& scene) {
+  const SharedAccessors shared = AddBuffer(mesh, model);
+  for (const ExportMesh::Material& material : mesh.Materials()) {
+    model.materials.push_back(GltfMaterial(material));
+  }
+  for (const ExportMesh::Part& part : mesh.Parts()) {
+    model.meshes.push_back(PartMesh(part, shared, model));
+    tinygltf::Node node;
+    node.name = part.name;
+    node.mesh = static_cast<int>(model.meshes.size() - 1);
+    scene.nodes.push_back(static_cast<int>(model.nodes.size()));
+    model.nodes.push_back(node);
+  }
 }
 
 }  // namespace
@@ -161,14 +193,7 @@ void WriteGlb(const ExportMesh& mesh, std::ostream& out) {
   model.asset.generator = "kly";
   tinygltf::Scene scene;
   scene.name = mesh.Name();
-  if (mesh.TriangleCount() > 0) {
-    model.meshes.push_back(AddMesh(mesh, model));
-    tinygltf::Node node;
-    node.name = mesh.Name();
-    node.mesh = 0;
-    model.nodes.push_back(node);
-    scene.nodes.push_back(0);
-  }
+  if (mesh.TriangleCount() > 0) AddParts(mesh, model, scene);
   model.scenes.push_back(scene);
   model.defaultScene = 0;
 

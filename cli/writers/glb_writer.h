@@ -1,7 +1,8 @@
 // glTF 2.0 binary (.glb) through tinygltf: one buffer holding positions, normals, UVs and the
-// indices (16-bit where the vertices allow, else 32-bit); one primitive a material, all sharing
-// the vertex attributes; one node and one scene. A mesh without triangles is a scene with no
-// nodes, and no buffer.
+// indices (16-bit where the vertices allow, else 32-bit); one glTF mesh and one node, named
+// alike, a part of the mesh (ExportMesh::Parts), each with one primitive a material of the part;
+// all primitives share the vertex attributes and the materials; one scene. A mesh without
+// triangles is a scene with no nodes, and no buffer.
 #pragma once
 
 #include <ostream>

@@ -5,6 +5,26 @@
 namespace kly {
 namespace cli {
 
+namespace {
+
+void WriteFaces(const ExportMesh& mesh, const ExportMesh::Range& range, TextOutput& text) {
+  text << "usemtl " << mesh.Materials()[range.material].name;
+  text.EndLine();
+  const std::vector<uint32_t>& indices = mesh.Indices();
+  const size_t end = 3 * (size_t{range.first_triangle} + range.triangle_count);
+  for (size_t i = 3 * size_t{range.first_triangle}; i < end; i += 3) {
+    text << "f";
+    for (size_t k = 0; k < 3; ++k) {
+      // OBJ counts from 1; position, UV and normal share the index.
+      const uint32_t index = indices[i + k] + 1;
+      text << " " << index << "/" << index << "/" << index;
+    }
+    text.EndLine();
+  }
+}
+
+}  // namespace
+
 void WriteObj(const ExportMesh& mesh, const std::string& material_library, std::ostream& out) {
   TextOutput text(out);
   text << "# " << mesh.Name() << ", written by kly: +Y up, +Z toward the viewer, "
@@ -14,8 +34,6 @@ void WriteObj(const ExportMesh& mesh, const std::string& material_library, std::
     text << "mtllib " << material_library;
     text.EndLine();
   }
-  text << "o " << mesh.Name();
-  text.EndLine();
   for (const FileVertex& vertex : mesh.Vertices()) {
     text << "v";
     text.Floats(vertex.position).EndLine();
@@ -28,20 +46,10 @@ void WriteObj(const ExportMesh& mesh, const std::string& material_library, std::
     text << "vn";
     text.Floats(vertex.normal).EndLine();
   }
-  const std::vector<uint32_t>& indices = mesh.Indices();
-  for (const ExportMesh::Material& material : mesh.Materials()) {
-    text << "usemtl " << material.name;
+  for (const ExportMesh::Part& part : mesh.Parts()) {
+    text << "o " << part.name;
     text.EndLine();
-    const size_t end = 3 * (size_t{material.first_triangle} + material.triangle_count);
-    for (size_t i = 3 * size_t{material.first_triangle}; i < end; i += 3) {
-      text << "f";
-      for (size_t k = 0; k < 3; ++k) {
-        // OBJ counts from 1; position, UV and normal share the index.
-        const uint32_t index = indices[i + k] + 1;
-        text << " " << index << "/" << index << "/" << index;
-      }
-      text.EndLine();
-    }
+    for (const ExportMesh::Range& range : part.ranges) WriteFaces(mesh, range, text);
   }
 }
 

@@ -1,5 +1,5 @@
-// Wavefront OBJ, text: positions, UVs (V up) and normals, one of each a shared vertex, and faces
-// grouped by `usemtl <material>`.
+// Wavefront OBJ, text: positions, UVs (V up) and normals, one of each a shared vertex, then an
+// object (`o <name>`) a part of the mesh with its faces grouped by `usemtl <material>`.
 #pragma once
 
 #include <ostream>

@@ -353,12 +353,9 @@ TEST(TessTriangulate, FailuresThrowTenAndFreeBothRecords) {
       // 1e-40 is below 2^-100 (about 7.9e-31) of the largest coordinate, 1: differences of
       // such coordinates could underflow in the predicates.
       {"Qz", {{0, 0, 1, 0, 0, 1e-40}, {}, {}, {}}, 0},
-      {"Qpza0", kQuad, 0},  // area bound of 0
-      {"Qpzq", kQuad, 0},   // no quality stage in this build
-      {"Qpza1", kQuad, 0},
-      {"Qpzu", kQuad, 0},
-      {"Qpzo2", kQuad, 0},  // no second-order output
-      {"Qpzr", kQuad, 0},   // no rebuilding
+      {"Qpza0", kQuad, 0},   // area bound of 0
+      {"Qpzq60", kQuad, 0},  // no triangle has all its angles above 60 degrees
+      {"Qpzr", kQuad, 0},    // no rebuilding
       // A limit of 1 admits two live triangle records. Divide and conquer on five points
       // makes 2 ghosts for its first pair, and the next creation, in the three-point base
       // case, fails.

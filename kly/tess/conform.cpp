@@ -7,6 +7,9 @@
 #include "kly/tess/constraints.h"
 #include "kly/tess/construction.h"
 #include "kly/tess/failure.h"
+#include "kly/tess/flip_stack.h"
+#include "kly/tess/refine.h"
+#include "kly/tess/refine_queue.h"
 
 namespace {
 
@@ -171,7 +174,7 @@ bool LeavesLongPart(const double* org, const double* dest, const double* vertex)
 }
 
 // Splits the subsegment; returns whether the new vertex lies off it (see EnforceQuality).
-bool SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
+bool SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current, bool triangleFlaws) {
   TessVertex org = SOrg(current);
   TessVertex dest = SDest(current);
   TriHandle encroached = TriangleBeside(current);
@@ -197,7 +200,8 @@ bool SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
   VertexType(m, vertex) = kSegmentVertex;
   if (SamePoint(vertex, org) || SamePoint(vertex, dest)) TessFail("Precision error.");
   if (LeavesLongPart(org, dest, vertex)) TessFail(kSplitsDoNotEnd);
-  const InsertResult result = InsertVertex(m, sw, vertex, encroached, &current, true);
+  const InsertResult result =
+      InsertVertex(m, sw, vertex, encroached, &current, true, triangleFlaws);
   if (result != kInsertSuccess && result != kInsertEncroaches) TessFail("Internal error.");
   if (m.steinerLeft > 0) m.steinerLeft--;
   CheckSegmentForEncroachment(m, sw, current);
@@ -216,11 +220,17 @@ bool SplitOne(TessMesh& m, const TessSwitches& sw, SubHandle current) {
 constexpr int64_t kSplitsPerVertex = 256;
 constexpr int64_t kSplitsBeyondVertices = 1 << 16;
 
-// Splits the pooled bad subsegments, and those the splits encroach, until none is left.
-// Returns whether any split vertex lies off the subsegment it split. `splits` counts the
-// splits of the whole stage.
-bool SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw, int64_t& splits) {
-  const int64_t bound = kSplitsPerVertex * m.inVertices + kSplitsBeyondVertices;
+void QueueEncroachedSubsegments(TessMesh& m, const TessSwitches& sw) {
+  TraversalInit(m.subsegments);
+  for (TessWord* ss = SubsegmentTraverse(m); ss != nullptr; ss = SubsegmentTraverse(m)) {
+    CheckSegmentForEncroachment(m, sw, SubHandle{ss, 0});
+  }
+}
+
+}  // namespace
+
+bool SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw, int64_t& splits, int64_t bound,
+                             bool triangleFlaws) {
   bool offSubsegment = false;
   while (m.badSubsegments.items > 0 && m.steinerLeft != 0) {
     TraversalInit(m.badSubsegments);
@@ -231,22 +241,13 @@ bool SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw, int64_t& split
       if (!IsDeadSubsegment(current.ss) && SOrg(current) == bad->subsegOrg &&
           SDest(current) == bad->subsegDest) {
         if (++splits > bound) TessFail(kSplitsDoNotEnd);
-        if (SplitOne(m, sw, current)) offSubsegment = true;
+        if (SplitOne(m, sw, current, triangleFlaws)) offSubsegment = true;
       }
       ReleaseBadSubsegment(m, bad);
     }
   }
   return offSubsegment;
 }
-
-void QueueEncroachedSubsegments(TessMesh& m, const TessSwitches& sw) {
-  TraversalInit(m.subsegments);
-  for (TessWord* ss = SubsegmentTraverse(m); ss != nullptr; ss = SubsegmentTraverse(m)) {
-    CheckSegmentForEncroachment(m, sw, SubHandle{ss, 0});
-  }
-}
-
-}  // namespace
 
 int32_t CheckSegmentForEncroachment(TessMesh& m, const TessSwitches& sw, SubHandle testSubseg) {
   int32_t encroached = 0;
@@ -282,6 +283,11 @@ int32_t CheckSegmentForEncroachment(TessMesh& m, const TessSwitches& sw, SubHand
 void EnforceQuality(TessMesh& m, const TessSwitches& sw) {
   PoolInit(m.badSubsegments, sizeof(BadSubsegment), kBadSubsegmentsPerBlock,
            kBadSubsegmentsPerBlock, 0);
+  const bool triangleStage = HasTriangleCriterion(sw);
+  if (triangleStage) {
+    PoolInit(m.badTriangles, sizeof(BadTriangle), kBadTrianglesPerBlock, kBadTrianglesPerBlock, 0);
+    InitFlipStackPool(m);
+  }
   // Carving may have eaten the triangle a vertex names; SplitFraction walks round segment ends.
   if (m.vertexToTriangleIndex != 0) {
     TraversalInit(m.triangles);
@@ -289,10 +295,12 @@ void EnforceQuality(TessMesh& m, const TessSwitches& sw) {
       RememberCorners(m, tri);
   }
   QueueEncroachedSubsegments(m, sw);
-  // Free vertices inside a diametral circle would be deleted first without the conforming
-  // switch; that needs the triangle criteria of q, a or u, which this build refuses.
+  // Without the conforming switch, free vertices inside a diametral circle could be deleted
+  // before the subsegment is split; this build keeps them, which costs some extra vertices.
+  const int64_t bound = kSplitsPerVertex * m.inVertices + kSplitsBeyondVertices;
   int64_t splits = 0;
-  bool offSubsegment = SplitEncroachedSegments(m, sw, splits);
+  bool offSubsegment = SplitEncroachedSegments(m, sw, splits, bound, false);
+  if (triangleStage && EnforceTriangleQuality(m, sw)) offSubsegment = true;
   // The flips round a split vertex keep the mesh Delaunay only when the vertex lies on the
   // subsegment it splits. Rounded off it, on the far side of a sliver whose apex is within a
   // rounding of the subsegment's line (the splits next to a vertex that a crossed segment
@@ -303,7 +311,8 @@ void EnforceQuality(TessMesh& m, const TessSwitches& sw) {
   // nothing.
   while (offSubsegment && RestoreDelaunay(m, sw)) {
     QueueEncroachedSubsegments(m, sw);
-    offSubsegment = SplitEncroachedSegments(m, sw, splits);
+    offSubsegment = SplitEncroachedSegments(m, sw, splits, bound, false);
+    if (triangleStage && EnforceTriangleQuality(m, sw)) offSubsegment = true;
   }
   // A split vertex is nudged towards its segment's line, which at the limit of precision may
   // put it on the wrong side of an apex; such a mesh is refused rather than returned.

@@ -35,6 +35,13 @@ bool RestoreDelaunay(TessMesh& m, const TessSwitches& sw);
 // Fails with "Internal error." unless every triangle turns counterclockwise (exact test).
 void RequireValidOrientation(TessMesh& m, const TessSwitches& sw);
 
-// The refinement stage: splits encroached subsegments. The triangle criteria of switches q, a
-// and u are refused earlier, in triangulate.
+// Splits the pooled bad subsegments, and those the splits encroach, until none is left or the
+// vertex budget is spent; with `triangleFlaws` the triangles round each split vertex are
+// tested for quality. Fails when `splits`, the count of the whole stage, passes `bound`.
+// Returns whether any split vertex lies off the subsegment it split.
+bool SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw, int64_t& splits, int64_t bound,
+                             bool triangleFlaws);
+
+// The refinement stage: splits encroached subsegments, then, given a triangle criterion
+// (switches q, a, u), refines the triangles.
 void EnforceQuality(TessMesh& m, const TessSwitches& sw);

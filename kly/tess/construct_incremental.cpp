@@ -82,7 +82,7 @@ int32_t IncrementalDelaunay(TessMesh& m, const TessSwitches& sw) {
   TraversalInit(m.vertices);
   for (TessVertex v = VertexTraverse(m); v != nullptr; v = VertexTraverse(m)) {
     TriHandle start{m.dummyTriangle, 0};
-    if (InsertVertex(m, sw, v, start, nullptr, false) == kInsertDuplicate) {
+    if (InsertVertex(m, sw, v, start, nullptr, false, false) == kInsertDuplicate) {
       VertexType(m, v) = kRemovedVertex;
       m.removedVertices++;
     }

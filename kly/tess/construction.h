@@ -129,7 +129,9 @@ inline void Flip(TessMesh& m, const TessSwitches&, TriHandle flipEdge) {
 
 // Inserts `vertex`; see insert_vertex.cpp. `splitSubsegment`, when given, is the subsegment on
 // the edge of `searchTriangle` that the vertex lies on. On return `searchTriangle` has the new
-// vertex as its origin.
+// vertex as its origin. With `segmentFlaws` the subsegments of the new star are tested for
+// encroachment, with `triangleFlaws` its triangles for quality. Once the triangle quality
+// stage has begun (checkQuality), the split and the flips are kept for UndoInsertion.
 InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex,
                           TriHandle& searchTriangle, const SubHandle* splitSubsegment,
-                          bool segmentFlaws);
+                          bool segmentFlaws, bool triangleFlaws);

@@ -2,6 +2,8 @@
 #include "kly/tess/constraints.h"
 #include "kly/tess/construction.h"
 #include "kly/tess/failure.h"
+#include "kly/tess/flip_stack.h"
+#include "kly/tess/refine.h"
 
 namespace {
 
@@ -27,7 +29,7 @@ inline bool IsBoundingVertex(const TessMesh& m, TessVertex v) {
 
 InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex,
                           TriHandle& searchTriangle, const SubHandle* splitSubsegment,
-                          bool segmentFlaws) {
+                          bool segmentFlaws, bool triangleFlaws) {
   TriHandle horiz;
   LocateResult where;
   if (splitSubsegment != nullptr) {
@@ -143,6 +145,7 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
       split = SSym(split);
       if (VertexMark(m, vertex) == 0) VertexMark(m, vertex) = SubsegMark(split);
     }
+    if (m.checkQuality) BeginFlipStack(m, horiz, InsertionSplit::kOnEdge);
     horiz = Lnext(horiz);
   } else {
     // In a triangle: split in three.
@@ -188,6 +191,7 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
     RememberCorners(m, horiz.tri);
     RememberCorners(m, newBotLeft.tri);
     RememberCorners(m, newBotRight.tri);
+    if (m.checkQuality) BeginFlipStack(m, horiz, InsertionSplit::kInTriangle);
   }
 
   // Walk round the new vertex; flip each edge opposite it that fails the circle test.
@@ -231,12 +235,15 @@ InsertResult InsertVertex(TessMesh& m, const TessSwitches& sw, TessVertex vertex
         if (doFlip) {
           Flip(m, sw, horiz);
           AverageAttributes(m, horiz, top);
+          if (m.checkQuality) PushFlip(m, horiz);
           horiz = Lprev(horiz);
           left = far;
         }
       }
     }
     if (!doFlip) {
+      // This triangle of the star is final: later flips turn only edges of the others.
+      if (triangleFlaws) TestTriangle(m, sw, horiz);
       horiz = Lnext(horiz);
       const TriHandle test = Sym(horiz);
       if (left == first || test.tri == m.dummyTriangle) {

@@ -73,9 +73,10 @@ void WriteVertices(TessMesh& m, const TessSwitches& sw, TessRecord& out) {
   }
 }
 
-void WriteTriangles(TessMesh& m, const TessSwitches&, TessRecord& out) {
+void WriteTriangles(TessMesh& m, const TessSwitches& sw, TessRecord& out) {
   const int64_t count = m.triangles.items;
-  int32_t* corners = Array(out.corners, kSiteCorners, count * 3);
+  const int64_t perTriangle = sw.elementOrder > 1 ? 6 : 3;
+  int32_t* corners = Array(out.corners, kSiteCorners, count * perTriangle);
   const int32_t attributes = m.triangleAttributeCount;
   double* triangleAttributes = nullptr;
   if (attributes > 0) {
@@ -85,9 +86,19 @@ void WriteTriangles(TessMesh& m, const TessSwitches&, TessRecord& out) {
   size_t index = 0;
   for (TessWord* tri = TriangleTraverse(m); tri != nullptr; tri = TriangleTraverse(m)) {
     const TriHandle t{tri, 0};
-    corners[3 * index] = Number(m, Org(t));
-    corners[3 * index + 1] = Number(m, Dest(t));
-    corners[3 * index + 2] = Number(m, Apex(t));
+    int32_t* written = corners + perTriangle * index;
+    written[0] = Number(m, Org(t));
+    written[1] = Number(m, Dest(t));
+    written[2] = Number(m, Apex(t));
+    if (perTriangle == 6) {
+      // Node 3 + k is the midpoint of the edge opposite corner k; the edge opposite a corner
+      // is that of the handle whose apex it is.
+      const TriHandle oppositeCorner[3] = {Lnext(t), Lprev(t), t};
+      for (int k = 0; k < 3; k++) {
+        written[3 + k] = Number(
+            m, reinterpret_cast<TessVertex>(tri[m.highorderIndex + oppositeCorner[k].orient]));
+      }
+    }
     for (int32_t j = 0; j < attributes; j++) {
       triangleAttributes[index * attributes + j] = ElemAttribute(m, t, j);
     }

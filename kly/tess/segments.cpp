@@ -412,7 +412,7 @@ struct SegmentInserter {
   TessVertex SplitCrossedSegment(TriHandle& crossHandle, SubHandle crossSub, double x, double y,
                                  double split) {
     TessVertex vertex = MakeCrossingVertex(crossHandle, crossSub, x, y, split);
-    if (InsertVertex(m, sw, vertex, crossHandle, &crossSub, false) != kInsertSuccess) {
+    if (InsertVertex(m, sw, vertex, crossHandle, &crossSub, false, false) != kInsertSuccess) {
       TessFail("Internal error.");
     }
     if (m.steinerLeft > 0) m.steinerLeft--;
@@ -456,7 +456,7 @@ struct SegmentInserter {
     AvoidLineUps(crossed, x, y);
     TessVertex vertex = MakeCrossingVertex(crossed, crossSub, x, y, split);
     TriHandle search{m.dummyTriangle, 0};
-    if (InsertVertex(m, sw, vertex, search, nullptr, false) != kInsertSuccess) {
+    if (InsertVertex(m, sw, vertex, search, nullptr, false, false) != kInsertSuccess) {
       TessFail("Internal error.");
     }
     if (m.steinerLeft > 0) m.steinerLeft--;
@@ -761,7 +761,7 @@ struct SegmentInserter {
     VertexMark(m, vertex) = mark;
     VertexType(m, vertex) = kSegmentVertex;
     TriHandle search1{m.dummyTriangle, 0};
-    const InsertResult result = InsertVertex(m, sw, vertex, search1, nullptr, false);
+    const InsertResult result = InsertVertex(m, sw, vertex, search1, nullptr, false, false);
     if (result == kInsertDuplicate) {
       KillVertex(m, vertex);
       vertex = Org(search1);

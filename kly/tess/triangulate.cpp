@@ -7,8 +7,10 @@
 //     through the mesh endless, an infinity makes NaNs of the differences;
 //   - all points equal ("Input vertices are all identical.");
 //   - a missing array that a non-zero count asks for, or the same record as input and output;
-//   - switches q, a (with a number or without), u, o2 and r: this build has no triangle
-//     refinement, no second-order output and no rebuilding of a given triangulation.
+//   - switch r: this build does not rebuild a given triangulation (and so takes no per-triangle
+//     area bounds from `triangleAreas`; switch a without a number takes its bounds from the
+//     regions);
+//   - a minimum angle (switch q) of 60 degrees or more, which no triangle can meet;
 //   - a non-zero coordinate below 2^-100 times the largest one: two such coordinates may
 //     differ by so little that the predicates' products underflow, and an exact sign is then
 //     no longer guaranteed ("Input coordinates span too many orders of magnitude.").
@@ -33,6 +35,7 @@
 #include "kly/tess/exact_arithmetic.h"
 #include "kly/tess/failure.h"
 #include "kly/tess/output.h"
+#include "kly/tess/refine.h"
 #include "kly/tess/triangulate.h"
 
 namespace {
@@ -45,14 +48,13 @@ constexpr int kWidestSpanExponent = 100;
 // Thrown by Run when the ordinary segment insertion failed (see the head).
 struct RetryWithCrossingsFirst {};
 
+// Every triangle has an angle of at most 60 degrees.
+constexpr double kLargestMinimumAngle = 60.0;
+
 void RefuseMissingStages(const TessSwitches& sw) {
-  if (sw.minAngle > 0.0 || sw.fixedArea || sw.areaPerTriangle || sw.userTest) {
-    TessFail("Quality refinement (switches q, a and u) is not available in this build.");
-  }
-  if (sw.elementOrder > 1)
-    TessFail("Second order triangles (switch o2) are not available in this build.");
   if (sw.refineInput)
     TessFail("Refining a triangulation (switch r) is not available in this build.");
+  if (sw.minAngle >= kLargestMinimumAngle) TessFail("Minimum angle must be below 60 degrees.");
 }
 
 // Moves the input points into the vertex pool and finds their bounding rectangle.
@@ -202,6 +204,7 @@ void Run(TessMesh& m, TessSwitches& sw, const char* switchText, TessRecord& in, 
   if (sw.qualityMesh && m.triangles.items > 0) EnforceQuality(m, sw);
 
   m.edgeCount = (3 * m.triangles.items + m.hullSize) / 2;
+  if (sw.elementOrder > 1) HighOrder(m, sw);
   SetOutputCounts(m, sw, in, out, dual);
 
   WriteVertices(m, sw, out);

@@ -63,7 +63,29 @@ void TessFreeRecord(TessRecord* record);
 // any finite magnitude are taken: very large or very small ones are worked on scaled by a
 // power of two and come back exactly. What is refused (10) is a span: a non-zero coordinate
 // below 2^-100 times the largest, where the predicates' products could underflow.
+// Refinement: q sets a minimum angle (below 60 degrees; refinement is sure to end up to about
+// 33), a an area bound (a number, or without one the regions' fourth numbers), u the test
+// below, S a budget of added vertices; o2 writes six nodes a triangle, node 3 + k at the
+// midpoint of the edge opposite corner k. Switch r (rebuilding a given triangulation) is
+// refused.
 void triangulate(const char* switches, TessRecord& in, TessRecord& out, TessRecord* dual);
+
+// The triangle test of switch u: true when the counterclockwise triangle org, dest, apex, of
+// the given area (all in the caller's coordinates), is to be refined. It must become false
+// for small enough triangles, or refinement goes on until the vertex budget of switch S, or
+// the precision of the coordinates, ends it.
+using TessTriangleTest = bool (*)(const double* org, const double* dest, const double* apex,
+                                  double area);
+
+// The test that switch u applies unless replaced: a triangle whose longest squared edge is
+// above 0.05 (x^2 + y^2) + 0.02, with x, y its origin, is refined. The mesh grows coarser
+// away from (0, 0).
+bool TessDefaultTriangleTest(const double* org, const double* dest, const double* apex,
+                             double area);
+
+// Makes `test` the test of switch u for the calling thread's later calls of triangulate; null
+// brings back TessDefaultTriangleTest. Returns the test it replaces. Each thread has its own.
+TessTriangleTest SetTessTriangleTest(TessTriangleTest test);
 
 // What the engine throws internally, and what TessAlloc throws straight to a caller outside
 // triangulate. It holds the formatted failure text, e.g. "(triangulate) Internal error.".

@@ -612,7 +612,7 @@ class Checker {
 
   void CheckAddedVertices() {
     const int32_t added = out_.PointCount() - in_.PointCount();
-    if (added == 0) return;
+    if (added == 0 || expect_.kind == TessKind::kRefined) return;
     if (expect_.kind == TessKind::kDelaunay) {
       findings_.Add(added, " vertices were added to a plain Delaunay triangulation");
       return;

@@ -36,6 +36,7 @@ enum class TessKind {
   kDelaunay,     // no segments: every edge locally Delaunay, the convex hull filled
   kConstrained,  // segments forced in; vertices added only where segments cross
   kConforming,   // segments split until no subsegment is encroached; every edge Delaunay
+  kRefined,      // constrained, with vertices added anywhere in the domain for quality
 };
 
 struct TessExpectation {

@@ -59,11 +59,15 @@ bool RecordIsEmpty(const TessRecord& r) {
 
 TessExpectation ExpectationFor(const TessCase& c, const std::string& switches) {
   TessExpectation e;
-  e.kind = switches.find('D') != std::string::npos   ? TessKind::kConforming
-           : switches.find('p') != std::string::npos ? TessKind::kConstrained
+  const bool graph = switches.find('p') != std::string::npos;
+  const bool refined = switches.find_first_of("qau") != std::string::npos;
+  e.kind = refined                                   ? TessKind::kRefined
+           : switches.find('D') != std::string::npos ? TessKind::kConforming
+           : graph                                   ? TessKind::kConstrained
                                                      : TessKind::kDelaunay;
-  e.segments_in_domain = e.kind != TessKind::kDelaunay;
-  if (e.kind == TessKind::kDelaunay) {
+  // Without p, refinement fills the convex hull as a plain triangulation does.
+  e.segments_in_domain = e.kind != TessKind::kDelaunay && (graph || !refined);
+  if (!e.segments_in_domain) {
     e.area = ConvexHullArea(c.graph.points, &e.area_exponent);
     return e;
   }

@@ -30,8 +30,9 @@ T* CopyIn(uint16_t site, const std::vector<T>& values) {
 // Whether every array of `r` is null and every count zero, as a freed record is.
 bool RecordIsEmpty(const TessRecord& r);
 
-// What a correct result of `switches` on `c` satisfies: conforming with D, constrained with p,
-// else Delaunay over the convex hull. Contours that cross or repeat leave the area unchecked.
+// What a correct result of `switches` on `c` satisfies: refined with q, a or u, conforming with
+// D, constrained with p, else Delaunay; over the convex hull without p. Contours that cross or
+// repeat leave the area unchecked.
 TessExpectation ExpectationFor(const TessCase& c, const std::string& switches);
 
 // Runs `switches` on `c` and expects the checker to find nothing wrong with the result, which

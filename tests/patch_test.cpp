@@ -299,3 +299,64 @@ TEST(PatchFillMesh, NonFiniteControlPointsGiveNanVerticesWithoutFailure) {
 }
 
 }  // namespace
+
+namespace {
+
+// The grid appended after `existing` vertices of a mesh with the given u granularity.
+KLY_Mesh AppendedGrid(TestPatch& patch, uint32_t existing, std::vector<double>& us,
+                      std::vector<double>& vs) {
+  uint32_t vertices, triangles;
+  patch.GetAdaptiveMeshSize(vertices, triangles, us, vs);
+  KLY_Mesh mesh;
+  mesh.SetSize(existing, 0);
+  patch.AppendGrid(mesh, 2, us.data(), static_cast<uint32_t>(us.size()), vs.data(),
+                   static_cast<uint32_t>(vs.size()));
+  return mesh;
+}
+
+}  // namespace
+
+TEST(PatchAppendGrid, VerticesAndFaceNormalsAcrossColumnBlocks) {
+  // uMin 6 gives 64 leaves and 66 columns: the grid is evaluated in blocks of 32 columns that
+  // share their edge columns (0-31, 31-62, 62-65), so every block seam is crossed. vMin 2 gives
+  // 6 rows. Every vertex must be Eval and Normal at its parameters, every triangle's normal the
+  // mesh's face normal of its corners, bit for bit.
+  TestPatch patch = Make(Wavy(), 6, 6, 2, 2);
+  std::vector<double> us, vs;
+  const KLY_Mesh mesh = AppendedGrid(patch, 5, us, vs);
+  ASSERT_EQ(66u, us.size());
+  ASSERT_EQ(6u, vs.size());
+  ASSERT_EQ(5u + 66 * 6, mesh.GetNumVertices());
+  ASSERT_EQ(2u * 65 * 5, mesh.GetNumTriangles());
+  auto vertex = mesh.beginVerts() + 5;
+  for (double v : vs) {
+    for (double u : us) {
+      Vec3 p, n;
+      patch.Eval(u, v, p);
+      patch.Normal(u, v, n);
+      EXPECT_EQ(p, vertex->pos);
+      EXPECT_EQ(n, vertex->normal);
+      ++vertex;
+    }
+  }
+  auto t = mesh.beginTriangles();
+  EXPECT_EQ(5u, t->indices[0]);  // counted from the vertices already there
+  for (; t != mesh.endTriangles(); ++t) {
+    const auto at = [&](int k) { return (mesh.beginVerts() + t->indices[k])->pos; };
+    EXPECT_EQ(KLY_FaceNormal(at(0), at(1), at(2)), t->normal);
+    EXPECT_EQ(2u, t->material_index);
+  }
+}
+
+TEST(PatchAppendGrid, TriangleWithoutAreaTakesItsFirstCornersNormal) {
+  // The first row collapsed to one point: the first triangle of every quad of the first row,
+  // (a, a + nu + 1, a + 1), has two corners there and no area.
+  tagCUBIC_PATCH_PTS net = Wavy();
+  for (int c = 0; c < 4; ++c) net.points[c] = net.points[0];
+  TestPatch patch = Make(net, 0, 0, 2, 2);
+  std::vector<double> us, vs;
+  const KLY_Mesh mesh = AppendedGrid(patch, 0, us, vs);
+  auto t = mesh.beginTriangles();
+  for (size_t i = 0; i + 1 < us.size(); ++i, t += 2)
+    EXPECT_EQ((mesh.beginVerts() + t->indices[0])->normal, t->normal);
+}

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "kly/curves/cubic_bezier_curve.h"
+#include "kly/curves/inverse_lengths.h"
 #include "kly/mesh/mesh.h"
 #include "kly/package/failure.h"
 
@@ -123,19 +124,73 @@ void FillRow(const Net& net, const Basis& v, Row& row) {
   }
 }
 
-// Position and normal of the row's curve at one u: the point, 3 times the u-derivative from the
-// differences of the row's points, 3 times the v-derivative, and the normal as NormalAt makes it.
-inline void EvaluateRow(const Row& row, const Basis& u, Vec3& position, Vec3& normal) {
-  Vec3 p{0.0, 0.0, 0.0};
-  Vec3 dv{0.0, 0.0, 0.0};
-  Vec3 du{0.0, 0.0, 0.0};
-  for (int c = 0; c < 4; ++c) {
-    Accumulate(p, row.points[c], u.cubic[c]);
-    Accumulate(dv, row.vDerivative[c], u.cubic[c]);
+// Grid columns are worked on in blocks of this many, each quantity of a block in its own array,
+// so that the compiler evaluates several columns at once. Every column goes through the same
+// operations in the same order as EvaluateRow and NormalFromPartials would take it, so the
+// results are those of a point-by-point evaluation to the last bit.
+constexpr uint32_t kBlock = 32;
+
+// Unnormalised normals of a block, with their squared lengths and inverse lengths.
+struct NormalBlock {
+  double x[kBlock], y[kBlock], z[kBlock], s[kBlock], k[kBlock];
+};
+
+// The Bernstein values of a block of u parameters, one array a function.
+struct BasisBlock {
+  double cubic[4][kBlock];
+  double quadratic[3][kBlock];
+};
+
+void FillBasisBlock(const double* parameters, uint32_t columns, BasisBlock& out) {
+  for (uint32_t i = 0; i < columns; ++i) {
+    Basis basis;
+    FillBasis(parameters[i], basis);
+    for (int c = 0; c < 4; ++c) out.cubic[c][i] = basis.cubic[c];
+    for (int c = 0; c < 3; ++c) out.quadratic[c][i] = basis.quadratic[c];
   }
-  for (int c = 0; c < 3; ++c) Accumulate(du, row.points[c + 1] - row.points[c], u.quadratic[c]);
-  position = p;
-  normal = NormalFromPartials(du * 3.0, dv * 3.0);
+}
+
+// Positions of a block of one row, the point of the row's curve at each u; the normals' cross
+// products of 3 times the u-derivative (from the differences of the row's points) and 3 times
+// the v-derivative.
+struct PositionBlock {
+  double x[kBlock], y[kBlock], z[kBlock];
+};
+
+void EvaluateRowBlock(const Row& row, const BasisBlock& u, uint32_t columns, PositionBlock& p,
+                      NormalBlock& n) {
+  const Vec3* q = row.points;
+  const Vec3* w = row.vDerivative;
+  const Vec3 d[3] = {q[1] - q[0], q[2] - q[1], q[3] - q[2]};
+  for (uint32_t i = 0; i < columns; ++i) {
+    const double b0 = u.cubic[0][i], b1 = u.cubic[1][i], b2 = u.cubic[2][i], b3 = u.cubic[3][i];
+    const double c0 = u.quadratic[0][i], c1 = u.quadratic[1][i], c2 = u.quadratic[2][i];
+    p.x[i] = 0.0 + q[0].x * b0 + q[1].x * b1 + q[2].x * b2 + q[3].x * b3;
+    p.y[i] = 0.0 + q[0].y * b0 + q[1].y * b1 + q[2].y * b2 + q[3].y * b3;
+    p.z[i] = 0.0 + q[0].z * b0 + q[1].z * b1 + q[2].z * b2 + q[3].z * b3;
+    const double ax = (0.0 + d[0].x * c0 + d[1].x * c1 + d[2].x * c2) * 3.0;
+    const double ay = (0.0 + d[0].y * c0 + d[1].y * c1 + d[2].y * c2) * 3.0;
+    const double az = (0.0 + d[0].z * c0 + d[1].z * c1 + d[2].z * c2) * 3.0;
+    const double bx = (0.0 + w[0].x * b0 + w[1].x * b1 + w[2].x * b2 + w[3].x * b3) * 3.0;
+    const double by = (0.0 + w[0].y * b0 + w[1].y * b1 + w[2].y * b2 + w[3].y * b3) * 3.0;
+    const double bz = (0.0 + w[0].z * b0 + w[1].z * b1 + w[2].z * b2 + w[3].z * b3) * 3.0;
+    n.x[i] = ay * bz - az * by;
+    n.y[i] = az * bx - ax * bz;
+    n.z[i] = ax * by - ay * bx;
+    n.s[i] = n.x[i] * n.x[i] + n.y[i] * n.y[i] + n.z[i] * n.z[i];
+  }
+  kly::curves::InverseLengths(n.s, n.k, columns);
+}
+
+// Normal `i` of a block finished as NormalFromPartials finishes it.
+inline Vec3 FinishNormal(const NormalBlock& n, uint32_t i) {
+  const double s = n.s[i];
+  if (s > 0.0) {
+    if (1e-48 > s) KLY_FailNormalisation();
+    return {n.x[i] * n.k[i], n.y[i] * n.k[i], n.z[i] * n.k[i]};
+  }
+  if (s == 0.0) return {0.0, 0.0, -1.0};
+  return {n.x[i], n.y[i], n.z[i]};
 }
 
 // The grid's triangles, row by row of quads: (a, a + nu + 1, a + 1), then (a, a + nu,
@@ -153,29 +208,36 @@ void WriteTriangles(uint32_t nu, uint32_t nv, uint32_t firstVertex, uint32_t mat
   }
 }
 
-// Face normal by the mesh's rule, unit (p2 - p0) x (p1 - p0). A triangle with no area (where a
-// row of the grid pinches to a point) takes its first corner's vertex normal instead of
-// failing: the grid is sound there, only that sliver is not.
-inline Vec3 FaceNormal(const KLY_Vertex& v0, const Vec3& p1, const Vec3& p2) {
-  const Vec3 a = p1 - v0.pos;
-  const Vec3 b = p2 - v0.pos;
-  Vec3 n{b.y * a.z - b.z * a.y, b.z * a.x - b.x * a.z, b.x * a.y - b.y * a.x};
-  const double s = n.x * n.x + n.y * n.y + n.z * n.z;
-  if (1e-48 > s || !std::isfinite(s)) return v0.normal;
-  KLY_Normalize(n);
-  return n;
+// The face normals of the quads between two rows of a block, before their scaling to unit
+// length: `first` holds those of the triangles (a, a + nu + 1, a + 1), `second` those of
+// (a, a + nu, a + nu + 1), by the mesh's rule (p2 - p0) x (p1 - p0).
+void FaceCrossBlock(const PositionBlock& low, const PositionBlock& high, uint32_t quads,
+                    NormalBlock& first, NormalBlock& second) {
+  const auto cross = [](double ax, double ay, double az, double bx, double by, double bz,
+                        NormalBlock& n, uint32_t i) {
+    n.x[i] = by * az - bz * ay;
+    n.y[i] = bz * ax - bx * az;
+    n.z[i] = bx * ay - by * ax;
+    n.s[i] = n.x[i] * n.x[i] + n.y[i] * n.y[i] + n.z[i] * n.z[i];
+  };
+  for (uint32_t q = 0; q < quads; ++q) {
+    const double x0 = low.x[q], y0 = low.y[q], z0 = low.z[q];
+    cross(high.x[q + 1] - x0, high.y[q + 1] - y0, high.z[q + 1] - z0, low.x[q + 1] - x0,
+          low.y[q + 1] - y0, low.z[q + 1] - z0, first, q);
+    cross(high.x[q] - x0, high.y[q] - y0, high.z[q] - z0, high.x[q + 1] - x0, high.y[q + 1] - y0,
+          high.z[q + 1] - z0, second, q);
+  }
+  kly::curves::InverseLengths(first.s, first.k, quads);
+  kly::curves::InverseLengths(second.s, second.k, quads);
 }
 
-// The face normals of the triangles WriteTriangles wrote, from the grid's corners directly.
-void SetGridFaceNormals(const KLY_Vertex* vertices, uint32_t nu, uint32_t nv, KLY_Triangle* out) {
-  for (uint32_t j = 0; j + 1 < nv; ++j) {
-    const KLY_Vertex* low = vertices + static_cast<size_t>(j) * nu;
-    const KLY_Vertex* high = low + nu;
-    for (uint32_t i = 0; i + 1 < nu; ++i) {
-      (out++)->normal = FaceNormal(low[i], high[i + 1].pos, low[i + 1].pos);
-      (out++)->normal = FaceNormal(low[i], high[i].pos, high[i + 1].pos);
-    }
-  }
+// Face normal `i` of a block finished to unit length. A triangle with no area (where a row of
+// the grid pinches to a point) takes its first corner's vertex normal instead of failing: the
+// grid is sound there, only that sliver is not.
+inline Vec3 FinishFaceNormal(const NormalBlock& n, uint32_t i, const Vec3& firstCorner) {
+  const double s = n.s[i];
+  if (1e-48 > s || !std::isfinite(s)) return firstCorner;
+  return {n.x[i] * n.k[i], n.y[i] * n.k[i], n.z[i] * n.k[i]};
 }
 
 // One of the evaluations above at a single (u, v), by the same arithmetic as FillMesh's grid.
@@ -256,7 +318,7 @@ void KLY_CubicBezierPatch::FillMesh(KLY_Mesh& mesh, uint32_t material) {
   }
   const uint32_t nu = static_cast<uint32_t>(uParameters.size());
   const uint32_t nv = static_cast<uint32_t>(vParameters.size());
-  WriteVertices(uParameters.data(), nu, vParameters.data(), nv, &*mesh.beginVerts());
+  WriteVertices(uParameters.data(), nu, vParameters.data(), nv, &*mesh.beginVerts(), nullptr);
   // Indices and material only: the triangles' normals stay as the mesh had them.
   WriteTriangles(nu, nv, 0, material, &*mesh.beginTriangles());
 }
@@ -276,41 +338,57 @@ void KLY_CubicBezierPatch::AppendGrid(KLY_Mesh& mesh, uint32_t material, const d
                static_cast<uint32_t>(firstTriangle + triangleCount));
   KLY_Vertex* vertices = &*mesh.beginVerts() + firstVertex;
   KLY_Triangle* triangles = &*mesh.beginTriangles() + firstTriangle;
+  WriteTriangles(nu, nv, firstVertex, material, triangles);
   try {
-    WriteVertices(uParameters, nu, vParameters, nv, vertices);
+    WriteVertices(uParameters, nu, vParameters, nv, vertices, triangles);
   } catch (...) {
     mesh.SetSize(firstVertex, firstTriangle);
     throw;
   }
-  WriteTriangles(nu, nv, firstVertex, material, triangles);
-  SetGridFaceNormals(vertices, nu, nv, triangles);
 }
 
 void KLY_CubicBezierPatch::WriteVertices(const double* uParameters, uint32_t nu,
-                                         const double* vParameters, uint32_t nv, KLY_Vertex* out) {
+                                         const double* vParameters, uint32_t nv, KLY_Vertex* out,
+                                         KLY_Triangle* faces) {
   Net net;
   FillNet(points, net);
-  // The u bases are shared by every row; they are worked out for a block of columns at a time,
-  // so that no grid needs an allocation.
-  constexpr uint32_t kColumns = 32;
-  Basis uBases[kColumns];
-  for (uint32_t first = 0; first < nu; first += kColumns) {
-    const uint32_t columns = std::min(kColumns, nu - first);
-    for (uint32_t i = 0; i < columns; ++i) FillBasis(uParameters[first + i], uBases[i]);
+  BasisBlock uBases;
+  PositionBlock rows[2];
+  NormalBlock normals;
+  NormalBlock firstFaces;
+  NormalBlock secondFaces;
+  // Blocks overlap by one column, so that each holds the corners of its quads; the shared
+  // column is written twice, with the same values.
+  for (uint32_t first = 0;; first += kBlock - 1) {
+    const uint32_t columns = std::min(kBlock, nu - first);
+    FillBasisBlock(uParameters + first, columns, uBases);
     for (uint32_t j = 0; j < nv; ++j) {
       const double v = vParameters[j];
       Basis vBasis;
       FillBasis(v, vBasis);
       Row row;
       FillRow(net, vBasis, row);
+      PositionBlock& positions = rows[j % 2];
+      EvaluateRowBlock(row, uBases, columns, positions, normals);
       const double texV = vScale * v + vOffset;
       KLY_Vertex* vertex = out + static_cast<size_t>(j) * nu + first;
-      for (uint32_t i = 0; i < columns; ++i, ++vertex) {
-        EvaluateRow(row, uBases[i], vertex->pos, vertex->normal);
-        vertex->pos_w = 1.0;
-        vertex->uv = {uScale * uParameters[first + i] + uOffset, texV};
+      for (uint32_t i = 0; i < columns; ++i) {
+        vertex[i].pos = {positions.x[i], positions.y[i], positions.z[i]};
+        vertex[i].pos_w = 1.0;
+        vertex[i].uv = {uScale * uParameters[first + i] + uOffset, texV};
+        vertex[i].normal = FinishNormal(normals, i);
+      }
+      if (faces == nullptr || j == 0) continue;
+      const uint32_t quads = columns - 1;
+      FaceCrossBlock(rows[(j - 1) % 2], positions, quads, firstFaces, secondFaces);
+      const KLY_Vertex* low = vertex - nu;
+      KLY_Triangle* face = faces + 2 * (static_cast<size_t>(j - 1) * (nu - 1) + first);
+      for (uint32_t q = 0; q < quads; ++q, face += 2) {
+        face[0].normal = FinishFaceNormal(firstFaces, q, low[q].normal);
+        face[1].normal = FinishFaceNormal(secondFaces, q, low[q].normal);
       }
     }
+    if (first + columns >= nu) break;
   }
 }
 

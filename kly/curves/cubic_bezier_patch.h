@@ -15,6 +15,7 @@
 #include "kly/host/ort.h"
 
 class KLY_Mesh;
+class KLY_Triangle;
 class KLY_Vertex;
 
 // Sixteen control points in four rows of four: point (row, column) at index 4 row + column.
@@ -76,8 +77,9 @@ class KLY_CubicBezierPatch {
 
  private:
   // Writes the grid's vertices in row order from `out` on: position, weight 1, normal and
-  // texture coordinates; `singular` is left as it is.
+  // texture coordinates; `singular` is left as it is. With `faces`, the normals of the grid's
+  // triangles as WriteTriangles orders them too.
   void WriteVertices(const double* uParameters, uint32_t nu, const double* vParameters, uint32_t nv,
-                     KLY_Vertex* out);
+                     KLY_Vertex* out, KLY_Triangle* faces);
   void MakeParameters(std::vector<double>& uParameters, std::vector<double>& vParameters);
 };

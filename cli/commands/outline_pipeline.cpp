@@ -1,5 +1,7 @@
 #include "cli/commands/outline_pipeline.h"
 
+#include "cli/commands/melt_collection.h"
+
 namespace kly {
 namespace cli {
 
@@ -8,10 +10,7 @@ void RunOutlines(KLY_Geometry& collection, double output_per_build, const SolidJ
   KLY_Mesh mesh;
   RunMeshJob(mesh, job, options, [&] {
     collection.Update();
-    // Four materials an element, in element order.
-    collection.CollapseArrayToSingleElement(&mesh);
-    const double k = output_per_build;
-    mesh.Transform(ORT_Matrix4{{{k, 0, 0, 0}, {0, k, 0, 0}, {0, 0, k, 0}, {0, 0, 0, 1}}}, &mesh);
+    MeltCollection(collection, output_per_build, mesh);
   });
 }
 

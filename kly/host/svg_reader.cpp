@@ -31,12 +31,12 @@ SvgDrawing ReadSvg(const std::string& text) {
 SvgDrawing ReadSvgFile(const std::string& path) {
   // C streams, for the reason of a failed read (a directory opens, then fails to read).
   const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
-  if (!file) throw SvgError("cannot read " + path + ": " + std::strerror(errno));
+  if (!file) throw SvgError(std::strerror(errno));
   std::string text;
   char buffer[65536];
   size_t read = 0;
   while ((read = std::fread(buffer, 1, sizeof buffer, file.get())) > 0) text.append(buffer, read);
-  if (std::ferror(file.get())) throw SvgError("cannot read " + path + ": " + std::strerror(errno));
+  if (std::ferror(file.get())) throw SvgError(std::strerror(errno));
   return ReadSvg(text);
 }
 

@@ -76,9 +76,10 @@ class SvgError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Throws SvgError with a one-line message.
+// Throws SvgError with a one-line message. Messages do not name the file: callers do.
 SvgDrawing ReadSvg(const std::string& text);
-// As ReadSvg, and also throws SvgError when the file cannot be read.
+// As ReadSvg, and also throws SvgError when the file cannot be read, with the system's reason
+// ("No such file or directory").
 SvgDrawing ReadSvgFile(const std::string& path);
 
 }  // namespace host

@@ -99,7 +99,8 @@ SvgMatrix FitViewBox(const SvgViewBox& box, std::string_view aspect, double widt
   double align_x = 0.5, align_y = 0.5;
   const bool known_align = align.empty() || stretch || ReadAlignment(align, align_x, align_y);
   if (!known_align || (fit != "" && fit != "meet" && fit != "slice") || !scanner.AtEnd()) {
-    throw SvgError("preserveAspectRatio \"" + std::string(aspect) + "\" is not understood");
+    throw SvgError(
+        "preserveAspectRatio: expected none or xMinYMin to xMaxYMax, then meet or slice");
   }
   sliced = !stretch && fit == "slice";
   double scale_x = width / box.width;

@@ -72,11 +72,6 @@ PatchFrame MakePatchFrame(const std::vector<Vec3>& chain, uint32_t curveIndex) {
   Vec3(&q)[4] = frame.points;
   current.GetControlPts(q[0], q[1], q[2], q[3]);
 
-  const Vec2 xy[4] = {{q[0].x, q[0].y}, {q[1].x, q[1].y}, {q[2].x, q[2].y}, {q[3].x, q[3].y}};
-  const SPN_CurveClass<2, Vec2> planar(xy[0], xy[1], xy[2], xy[3]);
-  const double t1 = SPN_NearestPointOnCurve(xy[1], planar);
-  const double t2 = SPN_NearestPointOnCurve(xy[2], planar);
-
   const Vec3 na = UnitNormal(current, 0.0);
   const Vec3 np = UnitNormal(previous, 1.0);
   const Vec3 nb = UnitNormal(current, 1.0);
@@ -93,8 +88,12 @@ PatchFrame MakePatchFrame(const std::vector<Vec3>& chain, uint32_t curveIndex) {
     m1 = a0 + (a1 - a0) * 0.3333333333333333;
     m2 = a0 + (a1 - a0) * 0.6666666666666666;
   } else {
-    m1 = UnitNormal(current, t1);
-    m2 = UnitNormal(current, t2);
+    // The places on the curve that the inner control points belong to; a straight cubic has
+    // no use for them.
+    const Vec2 xy[4] = {{q[0].x, q[0].y}, {q[1].x, q[1].y}, {q[2].x, q[2].y}, {q[3].x, q[3].y}};
+    const SPN_CurveClass<2, Vec2> planar(xy[0], xy[1], xy[2], xy[3]);
+    m1 = UnitNormal(current, SPN_NearestPointOnCurve(xy[1], planar));
+    m2 = UnitNormal(current, SPN_NearestPointOnCurve(xy[2], planar));
   }
   const double s0 = 1.0 / std::max(std::fabs(Dot(a0, na)), kSmallestMiterCosine);
   const double s1 = 1.0 / std::max(std::fabs(Dot(a1, nb)), kSmallestMiterCosine);

@@ -5,10 +5,6 @@
 // playback), KLY_Text::Update (the library's build), the collapse into one mesh, and the export
 // and encoding of the .glb into memory. Counters: the triangles and bytes of the .glb, and the
 // share of the iteration spent in KLY_Text::Update.
-//
-// DejaVu Sans carries a contour of a single point (an anchor) in 'u', which playback hands on and
-// which the extrusion refuses, failing the whole text; the benchmark leaves such contours out
-// through the host's seam, as the extrusion benchmark does.
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -22,7 +18,6 @@
 #include "cli/text/text_letters.h"
 #include "cli/writers/export_mesh.h"
 #include "cli/writers/mesh_writer.h"
-#include "kly/host/services.h"
 #include "kly/package/package.h"
 
 namespace {
@@ -43,56 +38,8 @@ std::string Workload() {
   return text;
 }
 
-// Passes every call on to `inner` but for contours of one point.
-class DrawnContours : public GLF_OutlinePlayer {
- public:
-  explicit DrawnContours(GLF_OutlinePlayer& inner) : inner_(inner) {}
-  void Reset() override { inner_.Reset(); }
-  void MoveTo(double x, double y) override {
-    pending_ = true;
-    x_ = x;
-    y_ = y;
-  }
-  void LineTo(double x, double y) override {
-    Start();
-    inner_.LineTo(x, y);
-  }
-  void CurveTo(double x1, double y1, double x2, double y2, double x3, double y3) override {
-    Start();
-    inner_.CurveTo(x1, y1, x2, y2, x3, y3);
-  }
-  void ClosePath() override {
-    if (!pending_) inner_.ClosePath();
-    pending_ = false;
-  }
-  void Finish() override { inner_.Finish(); }
-
- private:
-  void Start() {
-    if (pending_) inner_.MoveTo(x_, y_);
-    pending_ = false;
-  }
-  GLF_OutlinePlayer& inner_;
-  bool pending_ = false;
-  double x_ = 0.0;
-  double y_ = 0.0;
-};
-
-kly::host::HostServices WithoutPointContours() {
-  kly::host::HostServices services = kly::host::DefaultServices();
-  services.play_char_outlines = [](int glyph, const ORT_Matrix3& first, const ORT_Matrix3& second,
-                                   TYE::GlyphOrientation orientation,
-                                   const HBN_T_NMT::CTPKFontDict& font,
-                                   const std::vector<float>& values, GLF_OutlinePlayer& player) {
-    DrawnContours drawn(player);
-    kly::host::PlayCharOutlines(glyph, first, second, orientation, font, values, drawn);
-  };
-  return services;
-}
-
 void BM_TextToGlb(benchmark::State& state) {
   KLY_Birth();
-  const kly::host::ScopedServices services(WithoutPointContours());
   const std::string text = Workload();
   kly::cli::LayoutSettings layout;
   layout.shaping.font = HBN_T_NMT::CTPKFontDict::FromFile(kDejaVuSans);

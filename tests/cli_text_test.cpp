@@ -206,6 +206,15 @@ TEST_F(CliTextTest, EveryFormatHoldsTheSameSolid) {
   EXPECT_EQ(std::count(counts.begin(), counts.end(), counts[0]), 4);
 }
 
+// 'u' of DejaVu Sans holds a contour of a single point besides its outline, which the
+// extrusion would refuse, failing the whole text.
+TEST_F(CliTextTest, LonePointOfUDoesNotFailTheText) {
+  const Outcome run = Kly({"text", "you", "-o", "you.glb"});
+  ASSERT_EQ(run.exit_code, 0) << run.err;
+  EXPECT_EQ(run.err, "");
+  EXPECT_GT(Read("you.glb").triangles.size(), 0u);
+}
+
 TEST_F(CliTextTest, MissingGlyphDrawsItsBoxAndWarns) {
   Outcome run = Kly({"text", "a\u4e2d\u4e2d", "-o", "box.glb"});
   ASSERT_EQ(run.exit_code, 0) << run.err;

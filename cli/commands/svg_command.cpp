@@ -140,7 +140,7 @@ void AddSvgCommand(CLI::App& app) {
       "before, so that overlapping shapes do not share a plane. Default: " +
           FormatNumber(kDefaultStepShare) + " of the larger side")
       ->type_name("NUMBER");
-  AddExtrusionOptions(*command, settings->extrusion);
+  AddExtrusionOptions(*command, settings->extrusion, "the drawing's larger side");
   AddSolidOptions(*command, settings->options, kSlots);
   command->callback([settings] { BuildSvg(*settings); });
 }

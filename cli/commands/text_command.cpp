@@ -140,7 +140,7 @@ void AddTextCommand(CLI::App& app) {
       "extruded with bevelled edges, the front face at z = 0 facing +Z; four material slots "
       "(front, back, side, bevel)");
   AddTextOptions(*command, settings->text);
-  AddExtrusionOptions(*command, settings->extrusion);
+  AddExtrusionOptions(*command, settings->extrusion, "the em");
   AddSolidOptions(*command, settings->options, kSlots);
   command->callback([settings] { BuildText(*settings); });
 }

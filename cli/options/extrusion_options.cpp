@@ -50,17 +50,17 @@ void AddGranularity(CLI::App& app, const std::string& name, uint32_t (&target)[2
 
 }  // namespace
 
-void AddExtrusionOptions(CLI::App& app, ExtrusionOptions& options) {
+void AddExtrusionOptions(CLI::App& app, ExtrusionOptions& options, const std::string& scale_name) {
   AddSize(app, "--depth", options.depth,
           "Depth of the straight wall, along -Z from the front face at z = 0. Default: " +
-              FormatNumber(kDefaultDepthShare) + " of the scale");
+              FormatNumber(kDefaultDepthShare) + " of " + scale_name);
   AddChoiceOption(app, "--bevel", options.bevel, kBevelNames,
                   "Profile of the edge between the front and back faces and the wall; each "
                   "bevel adds its depth before and after the wall");
   AddSize(app, "--bevel-depth", options.bevel_depth,
           "Size of the bevel of outer contours, inward along Z and outward in the plane. "
           "Default: " +
-              FormatNumber(kDefaultBevelShare) + " of the scale");
+              FormatNumber(kDefaultBevelShare) + " of " + scale_name);
   AddSize(app, "--hole-bevel-depth", options.hole_bevel_depth,
           "Size of the bevel of holes. Default: the --bevel-depth");
   AddGranularity(app, "--face-granularity", options.face_granularity,

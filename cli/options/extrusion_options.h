@@ -37,7 +37,8 @@ struct ExtrusionParameters {
 constexpr double kDefaultDepthShare = 0.2;
 constexpr double kDefaultBevelShare = 0.02;
 
-void AddExtrusionOptions(CLI::App& app, ExtrusionOptions& options);
+// `scale_name` says what the defaults are shares of ("the em").
+void AddExtrusionOptions(CLI::App& app, ExtrusionOptions& options, const std::string& scale_name);
 
 ExtrusionParameters ResolveExtrusion(const ExtrusionOptions& options, double scale);
 

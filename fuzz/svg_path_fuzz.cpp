@@ -1,9 +1,9 @@
 // libFuzzer target for the SVG path data parser: the input is the d attribute as it stands.
 // It may be refused with SvgError; nothing else may happen (no crash, no other exception, no
-// hang), and what it builds must be a well-formed host path: subpaths that start with a move,
-// carry lines and whole cubics, and end with a close at their start. An input that starts
-// with '<' is read as a whole drawing instead, under the same rule, so that the walk over
-// elements, styles, transforms and references is attacked too.
+// hang, no message of more than one line), and what it builds must be a well-formed host path:
+// subpaths that start with a move, carry lines and whole cubics, and end with a close at their
+// start. An input that starts with '<' is read as a whole drawing instead, under the same rule, so
+// that the walk over elements, styles, transforms and references is attacked too.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -18,6 +18,11 @@ namespace {
 
 void Check(bool condition) {
   if (!condition) std::abort();
+}
+
+// A failure is told on one line.
+void CheckOneLine(const char* message) {
+  Check(std::strchr(message, '\n') == nullptr && std::strchr(message, '\r') == nullptr);
 }
 
 void CheckWellFormed(const kly::host::SvgPath& path) {
@@ -62,14 +67,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       const kly::host::SvgDrawing drawing =
           kly::host::ReadSvg(std::string(reinterpret_cast<const char*>(data), size));
       for (const kly::host::SvgShape& shape : drawing.shapes) Check(shape.path.Count() > 0);
-    } catch (const kly::host::SvgError&) {
+    } catch (const kly::host::SvgError& error) {
+      CheckOneLine(error.what());
     }
     return 0;
   }
   kly::host::SvgPath path;
   try {
     kly::host::ParsePathData(std::string_view(reinterpret_cast<const char*>(data), size), path);
-  } catch (const kly::host::SvgError&) {
+  } catch (const kly::host::SvgError& error) {
+    CheckOneLine(error.what());
     Check(path.Empty());  // a refused path keeps nothing
     return 0;
   }

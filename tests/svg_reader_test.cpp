@@ -125,7 +125,7 @@ TEST(SvgReader, TransformsViewportsAndUnits) {
   EXPECT_EQ(drawing.height, 96.0);
   EXPECT_EQ(Labels(drawing),
             "rect#plain rect#nested rect#rotate rect#skew rect#matrix "
-            "rect#viewport rect#plain rect#units rect#percent");
+            "rect#viewport rect#plain rect#units rect#percent rect#in-symbol");
   const char* expected[] = {
       "M48,0 L50,0 L50,2 L48,2 Z",
       // translate(10 5) of scale(2): (2x + 10, 2y + 5), so (4x + 68, 4y + 10).
@@ -146,6 +146,9 @@ TEST(SvgReader, TransformsViewportsAndUnits) {
       "M240,192 L432,192 L432,384 L240,384 Z",
       // 50% and 25% of the 48 square viewBox: 24 by 12.
       "M48,0 L96,0 L96,24 L48,24 Z",
+      // The symbol's 2 square viewBox fits the <use>'s 4 by 4 at scale 2, moved by x = 1:
+      // (2x + 1, 2y), so (4x + 50, 4y).
+      "M50,0 L54,0 L54,4 L50,4 Z",
   };
   ASSERT_EQ(drawing.shapes.size(), std::size(expected));
   for (size_t i = 0; i < drawing.shapes.size(); ++i) {

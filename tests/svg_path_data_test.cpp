@@ -67,6 +67,8 @@ TEST(SvgPathData, NumbersSeparatorsAndRepeats) {
       {"M1e-3-2 l1E1,0", "M0.001,-2 L10.001,-2 Z"},
       {"M+1-.5e1L0 0", "M1,-5 L0,0 Z"},
       {"M1.,2.L3,4", "M1,2 L3,4 Z"},
+      // Past the range of a double: infinite above it, 0 below, whatever the exponent's size.
+      {"M1e999-1e99999999999999999999L1e-999 0.0001e-99999999999999999999", "Minf,-inf L0,0 Z"},
       // Pairs after a moveto are linetos, relative after m.
       {"M 1,2 3,4 5 6", "M1,2 L3,4 L5,6 Z"},
       {"m1 2 3 4", "M1,2 L4,6 Z"},

@@ -93,7 +93,7 @@ SvgMatrix FitViewBox(const SvgViewBox& box, std::string_view aspect, double widt
     scanner.SkipSpace();
     return read;
   };
-  std::string_view align = word();
+  const std::string_view align = word();
   const std::string_view fit = word();
   const bool stretch = align == "none";
   double align_x = 0.5, align_y = 0.5;
@@ -105,8 +105,9 @@ SvgMatrix FitViewBox(const SvgViewBox& box, std::string_view aspect, double widt
   sliced = !stretch && fit == "slice";
   double scale_x = width / box.width;
   double scale_y = height / box.height;
-  if (!stretch)
+  if (!stretch) {
     scale_x = scale_y = sliced ? std::max(scale_x, scale_y) : std::min(scale_x, scale_y);
+  }
   // The box's scaled size falls short of (meet) or exceeds (slice) the viewport; the
   // alignment places it within.
   const double tx = align_x * (width - box.width * scale_x) - box.x * scale_x;

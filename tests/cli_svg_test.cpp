@@ -54,10 +54,16 @@ TEST_F(CliSvgTest, ShapesKeepTheirFillColours) {
   Outcome run = Svg("two.svg", {"-o", "two.glb"});
   ASSERT_EQ(run.exit_code, 0) << run.err;
   EXPECT_EQ(run.err, "");
-  EXPECT_EQ(Read("two.glb").materials.size(), 2u);
-  run = Svg("two.svg", {"--color", "front=#00ff00", "-o", "green.glb"});
+  // Both shapes name their slots alike; the blue one's material is numbered apart.
+  EXPECT_EQ(Read("two.glb").materials,
+            (std::vector<std::string>{"front+back+side+bevel", "front+back+side+bevel_2"}));
+  run = Svg("two.svg", {"--color", "front=#00ff00", "-o", "green.obj"});
   ASSERT_EQ(run.exit_code, 0) << run.err;
-  EXPECT_EQ(Read("green.glb").materials.size(), 3u);
+  const auto colors = kly::testing::ReadMtl(Contents("green.mtl"));
+  ASSERT_EQ(colors.size(), 3u);
+  EXPECT_EQ(colors.at("front").at(1), 1.0);
+  EXPECT_EQ(colors.at("back+side+bevel").at(0), 1.0);
+  EXPECT_EQ(colors.at("back+side+bevel_2").at(2), 1.0);
 }
 
 // --size 2 makes the larger side (100) two units and the other one, centred on the origin; the

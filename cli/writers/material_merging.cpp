@@ -1,5 +1,7 @@
 #include "cli/writers/material_merging.h"
 
+#include <map>
+
 namespace kly {
 namespace cli {
 
@@ -17,6 +19,16 @@ Float3 SlotColorOf(const std::string& slot, const std::vector<SlotColor>& colors
 // Whether `name`, slot names joined by '+', has `slot` among them.
 bool NamesSlot(const std::string& name, const std::string& slot) {
   return ("+" + name + "+").find("+" + slot + "+") != std::string::npos;
+}
+
+// Parts of a mesh that name their slots alike (the shapes of a drawing) make materials of
+// different colours with one name, and OBJ tells materials by name: the second gets "_2".
+void NumberRepeatedNames(std::vector<WrittenMaterial>& materials) {
+  std::map<std::string, int> seen;
+  for (WrittenMaterial& material : materials) {
+    const int count = ++seen[material.name];
+    if (count > 1) material.name += "_" + std::to_string(count);
+  }
 }
 
 }  // namespace
@@ -40,6 +52,7 @@ MaterialPlan MergeMaterials(const std::vector<std::string>& slot_names,
     }
     plan.of_slot[slot] = material;
   }
+  NumberRepeatedNames(plan.materials);
   return plan;
 }
 

@@ -19,7 +19,8 @@ constexpr Float3 kDefaultColor = {0.8f, 0.8f, 0.8f};
 
 struct WrittenMaterial {
   // The slot's name, or the distinct names of the slots it serves joined by '+' ("front+back";
-  // slots of one name in several parts of a mesh name it once).
+  // slots of one name in several parts of a mesh name it once). Unique: a later material that
+  // would repeat a name gets "_2", "_3" after it.
   std::string name;
   Float3 rgb;  // linear
 };

@@ -1,17 +1,26 @@
 // The engine against its peer in one run: each input of tess_bench goes to the engine and to
-// CGAL's Delaunay, constrained Delaunay or conforming Delaunay triangulation, one benchmark
-// after the other, for the ratio. CGAL's constrained runs insert the constraints only; the
-// engine also carves the holes, so its figures include a little more work. At the end the
-// ratio of the CPU times, engine over CGAL, is printed for each input.
+// CGAL's Delaunay, constrained Delaunay or conforming Delaunay triangulation, or its Delaunay
+// mesher for quality refinement, one benchmark after the other, for the ratio. CGAL's constrained
+// runs insert the constraints only; the engine also carves the holes, so its figures include a
+// little more work. At the end the ratio of the CPU times, engine over CGAL, is printed for each
+// input.
 #include <CGAL/Constrained_Delaunay_triangulation_2.h>
+#include <CGAL/Delaunay_mesh_face_base_2.h>
+#include <CGAL/Delaunay_mesh_size_criteria_2.h>
+#include <CGAL/Delaunay_mesh_vertex_base_2.h>
+#include <CGAL/Delaunay_mesher_2.h>
 #include <CGAL/Delaunay_triangulation_2.h>
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
 #include <CGAL/Triangulation_conformer_2.h>
 #include <benchmark/benchmark.h>
 
+#include <cmath>
 #include <cstdio>
+#include <ctime>
+#include <deque>
 #include <map>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -124,6 +133,115 @@ void BM_CgalStarConforming(benchmark::State& state) {
   RunConstrained(state, tess_bench::StarPolygon(10000), true);
 }
 BENCHMARK(BM_CgalStarConforming)->Unit(benchmark::kMillisecond);
+
+// Quality refinement to a minimum angle: the engine's switch q against CGAL's Delaunay mesher,
+// whose shape bound is the squared sine of the smallest angle, 1 / (4 B^2) for the bound
+// B = 1 / (2 sin(angle)) on circumradius over shortest edge. The mesher refines the faces of the
+// even-odd interior of the constraints, which is the domain the engine's hole seeds leave.
+using MeshVb = CGAL::Delaunay_mesh_vertex_base_2<Kernel>;
+using MeshFb = CGAL::Delaunay_mesh_face_base_2<Kernel>;
+using MeshTds = CGAL::Triangulation_data_structure_2<MeshVb, MeshFb>;
+using MeshCdt =
+    CGAL::Constrained_Delaunay_triangulation_2<Kernel, MeshTds, CGAL::Exact_predicates_tag>;
+using MeshCriteria = CGAL::Delaunay_mesh_size_criteria_2<MeshCdt>;
+
+// Marks as the domain the faces at an odd depth of constrained edges from the infinite face.
+void MarkEvenOddDomain(MeshCdt& cdt) {
+  std::unordered_map<const void*, int> depth;
+  std::deque<std::pair<MeshCdt::Face_handle, int>> queue{{cdt.infinite_face(), 0}};
+  while (!queue.empty()) {
+    const auto [face, level] = queue.front();
+    queue.pop_front();
+    if (!depth.emplace(&*face, level).second) continue;
+    face->set_in_domain(level % 2 == 1);
+    for (int i = 0; i < 3; ++i) {
+      const MeshCdt::Face_handle next = face->neighbor(i);
+      if (depth.count(&*next)) continue;
+      // Same depth first, so that a face is reached at its smallest depth.
+      if (cdt.is_constrained({face, i})) {
+        queue.emplace_back(next, level + 1);
+      } else {
+        queue.emplace_front(next, level);
+      }
+    }
+  }
+}
+
+// The mesher is sure to end only up to about 20.7 degrees; above, an input with small angles
+// may keep it going for a long time (the glyph row at 33 degrees ran for more than 8 minutes).
+// A run that passes this much CPU time is reported as an error instead of a figure.
+constexpr double kCgalSecondsLimit = 120.0;
+
+// Refines step by step, as CGAL::refine_Delaunay_mesh_2 does in one go, so that the time limit
+// can be checked; false when it was passed.
+bool RefineWithinLimit(MeshCdt& cdt, double sine) {
+  CGAL::Delaunay_mesher_2<MeshCdt, MeshCriteria> mesher(cdt, MeshCriteria(sine * sine));
+  mesher.init(true);
+  const std::clock_t start = std::clock();
+  for (std::size_t steps = 1; !mesher.is_refinement_done(); ++steps) {
+    mesher.step_by_step_refine_mesh();
+    if (steps % 65536 == 0 && std::clock() - start > kCgalSecondsLimit * CLOCKS_PER_SEC)
+      return false;
+  }
+  return true;
+}
+
+void RunCgalMesher(benchmark::State& state, const tess_bench::Graph& g) {
+  const std::vector<Point> points = PointsOf(g);
+  const auto segments = SegmentsOf(g);
+  const double sine = std::sin(static_cast<double>(state.range(0)) * tess_bench::kPi / 180.0);
+  std::size_t added = 0, faces = 0;
+  for (auto _ : state) {
+    MeshCdt cdt;
+    cdt.insert_constraints(points.begin(), points.end(), segments.begin(), segments.end());
+    const std::size_t before = cdt.number_of_vertices();
+    MarkEvenOddDomain(cdt);
+    if (!RefineWithinLimit(cdt, sine)) {
+      state.SkipWithError("CGAL's mesher did not finish within the time limit");
+      break;
+    }
+    added = cdt.number_of_vertices() - before;
+    faces = 0;
+    for (const auto face : cdt.finite_face_handles()) faces += face->is_in_domain() ? 1 : 0;
+  }
+  Report(state, g, faces);
+  state.counters["added_vertices"] = static_cast<double>(added);
+}
+
+void RunEngineMesher(benchmark::State& state, const tess_bench::Graph& g) {
+  const std::string switches = "Qpzq" + std::to_string(state.range(0));
+  tess_bench::RunEngine(state, switches.c_str(), g);
+}
+
+void BM_EngineGearRefined(benchmark::State& state) {
+  RunEngineMesher(state, tess_bench::Gear(200));
+}
+BENCHMARK(BM_EngineGearRefined)->Arg(20)->Arg(25)->Arg(30)->Arg(33)->Unit(benchmark::kMillisecond);
+
+void BM_CgalGearRefined(benchmark::State& state) {
+  RunCgalMesher(state, tess_bench::Gear(200));
+}
+BENCHMARK(BM_CgalGearRefined)->Arg(20)->Arg(25)->Arg(30)->Arg(33)->Unit(benchmark::kMillisecond);
+
+void BM_EngineDejaVuGlyphRowRefined(benchmark::State& state) {
+  RunEngineMesher(state, tess_bench::GlyphRow(kDejaVuSans));
+}
+BENCHMARK(BM_EngineDejaVuGlyphRowRefined)
+    ->Arg(20)
+    ->Arg(25)
+    ->Arg(30)
+    ->Arg(33)
+    ->Unit(benchmark::kMillisecond);
+
+void BM_CgalDejaVuGlyphRowRefined(benchmark::State& state) {
+  RunCgalMesher(state, tess_bench::GlyphRow(kDejaVuSans));
+}
+BENCHMARK(BM_CgalDejaVuGlyphRowRefined)
+    ->Arg(20)
+    ->Arg(25)
+    ->Arg(30)
+    ->Arg(33)
+    ->Unit(benchmark::kMillisecond);
 
 // The console table, then the engine's CPU time over CGAL's for each input run by both
 // (BM_Engine<Input> and BM_Cgal<Input>): below 1 means the engine is faster.

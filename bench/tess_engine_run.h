@@ -1,6 +1,6 @@
 // One engine call as a benchmark, shared by tess_bench and the peer comparison: input records
-// are filled outside the timing, and each benchmark reports triangles and input vertices a
-// second and the peak memory of one call.
+// are filled outside the timing, and each benchmark reports the vertices it added (crossings,
+// splits, refinement), triangles and input vertices a second and the peak memory of one call.
 //
 // Peak memory is measured in a forked child that makes one call: the growth of its peak
 // resident set over its resident set just before the call, after the heap's free memory is
@@ -84,7 +84,7 @@ inline double PeakMegabytes(const char* switches, const Graph& g) {
 }
 
 inline void RunEngine(benchmark::State& state, const char* switches, const Graph& g) {
-  int32_t triangles = 0;
+  int32_t triangles = 0, points = 0;
   for (auto _ : state) {
     state.PauseTiming();
     TessRecord in, out{};
@@ -93,6 +93,7 @@ inline void RunEngine(benchmark::State& state, const char* switches, const Graph
     triangulate(switches, in, out, nullptr);
     state.PauseTiming();
     triangles = out.triangleCount;
+    points = out.pointCount;
     TessFreeRecord(&in);
     TessFreeRecord(&out);
     state.ResumeTiming();
@@ -100,6 +101,7 @@ inline void RunEngine(benchmark::State& state, const char* switches, const Graph
   const double iterations = static_cast<double>(state.iterations());
   state.counters["vertices"] = g.PointCount();
   state.counters["triangles"] = triangles;
+  state.counters["added_vertices"] = points - g.PointCount();
   state.counters["triangles_per_s"] =
       benchmark::Counter(triangles * iterations, benchmark::Counter::kIsRate);
   state.counters["vertices_per_s"] =

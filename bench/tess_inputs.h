@@ -125,6 +125,33 @@ inline Graph StarPolygon(int32_t vertices) {
   return g;
 }
 
+// A spur gear of `teeth` teeth round a bore: the outline runs root, flank, tip, flank for each
+// tooth (root radius 0.8, tip radius 1 of 1000 units, eight vertices a tooth), and the bore, a
+// circle of radius 0.25 in 64 vertices, is a hole seeded at the centre. Long straight flanks,
+// short tips and a round hole: the features that refinement grades between.
+inline Graph Gear(int32_t teeth) {
+  Graph g;
+  const double root = 800.0, tip = 1000.0;
+  // Fractions of a tooth's turn where the outline's vertices lie, and their radii.
+  const double at[8] = {0.0, 0.125, 0.25, 0.3, 0.45, 0.55, 0.7, 0.75};
+  const double radius[8] = {root, root, root, tip, tip, tip, tip, root};
+  for (int32_t t = 0; t < teeth; ++t) {
+    for (int k = 0; k < 8; ++k) {
+      const double angle = 2 * kPi * (t + at[k]) / teeth;
+      AddPoint(g, radius[k] * std::cos(angle), radius[k] * std::sin(angle));
+    }
+  }
+  AddLoop(g, 0, 8 * teeth);
+  const int32_t bore = g.PointCount();
+  for (int32_t i = 0; i < 64; ++i) {
+    const double angle = 2 * kPi * i / 64;
+    AddPoint(g, 250.0 * std::cos(angle), 250.0 * std::sin(angle));
+  }
+  AddLoop(g, bore, 64);
+  g.holes = {0.0, 0.0};
+  return g;
+}
+
 // Whether (x, y) lies inside the even-odd interior of the segments from `first_segment` on.
 inline bool InsideEvenOdd(const Graph& g, size_t first_segment, double x, double y) {
   bool inside = false;

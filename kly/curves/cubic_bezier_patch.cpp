@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "kly/curves/cubic_bezier_curve.h"
-#include "kly/curves/inverse_lengths.h"
+#include "kly/curves/patch_blocks.h"
 #include "kly/mesh/mesh.h"
 #include "kly/package/failure.h"
 
@@ -105,13 +105,12 @@ inline Vec3 NormalAt(const Net& net, const Basis& u, const Basis& v) {
   return NormalFromPartials(PartialUAt(net, u, v), PartialVAt(net, u, v));
 }
 
-// The patch at one v, contracted to a cubic in u: its four control points, and the four control
-// points of the v-derivative's curve (without the factor 3). A grid row then costs a cubic's
-// evaluation a vertex instead of the whole net's.
-struct Row {
-  Vec3 points[4];
-  Vec3 vDerivative[4];
-};
+// A grid row costs a cubic's evaluation a vertex instead of the whole net's.
+using kly::curves::BasisBlock;
+using kly::curves::kBlock;
+using kly::curves::NormalBlock;
+using kly::curves::PositionBlock;
+using Row = kly::curves::RowCurve;
 
 void FillRow(const Net& net, const Basis& v, Row& row) {
   for (int c = 0; c < 4; ++c) {
@@ -124,23 +123,6 @@ void FillRow(const Net& net, const Basis& v, Row& row) {
   }
 }
 
-// Grid columns are worked on in blocks of this many, each quantity of a block in its own array,
-// so that the compiler evaluates several columns at once. Every column goes through the same
-// operations in the same order as EvaluateRow and NormalFromPartials would take it, so the
-// results are those of a point-by-point evaluation to the last bit.
-constexpr uint32_t kBlock = 32;
-
-// Unnormalised normals of a block, with their squared lengths and inverse lengths.
-struct NormalBlock {
-  double x[kBlock], y[kBlock], z[kBlock], s[kBlock], k[kBlock];
-};
-
-// The Bernstein values of a block of u parameters, one array a function.
-struct BasisBlock {
-  double cubic[4][kBlock];
-  double quadratic[3][kBlock];
-};
-
 void FillBasisBlock(const double* parameters, uint32_t columns, BasisBlock& out) {
   for (uint32_t i = 0; i < columns; ++i) {
     Basis basis;
@@ -148,38 +130,6 @@ void FillBasisBlock(const double* parameters, uint32_t columns, BasisBlock& out)
     for (int c = 0; c < 4; ++c) out.cubic[c][i] = basis.cubic[c];
     for (int c = 0; c < 3; ++c) out.quadratic[c][i] = basis.quadratic[c];
   }
-}
-
-// Positions of a block of one row, the point of the row's curve at each u; the normals' cross
-// products of 3 times the u-derivative (from the differences of the row's points) and 3 times
-// the v-derivative.
-struct PositionBlock {
-  double x[kBlock], y[kBlock], z[kBlock];
-};
-
-void EvaluateRowBlock(const Row& row, const BasisBlock& u, uint32_t columns, PositionBlock& p,
-                      NormalBlock& n) {
-  const Vec3* q = row.points;
-  const Vec3* w = row.vDerivative;
-  const Vec3 d[3] = {q[1] - q[0], q[2] - q[1], q[3] - q[2]};
-  for (uint32_t i = 0; i < columns; ++i) {
-    const double b0 = u.cubic[0][i], b1 = u.cubic[1][i], b2 = u.cubic[2][i], b3 = u.cubic[3][i];
-    const double c0 = u.quadratic[0][i], c1 = u.quadratic[1][i], c2 = u.quadratic[2][i];
-    p.x[i] = 0.0 + q[0].x * b0 + q[1].x * b1 + q[2].x * b2 + q[3].x * b3;
-    p.y[i] = 0.0 + q[0].y * b0 + q[1].y * b1 + q[2].y * b2 + q[3].y * b3;
-    p.z[i] = 0.0 + q[0].z * b0 + q[1].z * b1 + q[2].z * b2 + q[3].z * b3;
-    const double ax = (0.0 + d[0].x * c0 + d[1].x * c1 + d[2].x * c2) * 3.0;
-    const double ay = (0.0 + d[0].y * c0 + d[1].y * c1 + d[2].y * c2) * 3.0;
-    const double az = (0.0 + d[0].z * c0 + d[1].z * c1 + d[2].z * c2) * 3.0;
-    const double bx = (0.0 + w[0].x * b0 + w[1].x * b1 + w[2].x * b2 + w[3].x * b3) * 3.0;
-    const double by = (0.0 + w[0].y * b0 + w[1].y * b1 + w[2].y * b2 + w[3].y * b3) * 3.0;
-    const double bz = (0.0 + w[0].z * b0 + w[1].z * b1 + w[2].z * b2 + w[3].z * b3) * 3.0;
-    n.x[i] = ay * bz - az * by;
-    n.y[i] = az * bx - ax * bz;
-    n.z[i] = ax * by - ay * bx;
-    n.s[i] = n.x[i] * n.x[i] + n.y[i] * n.y[i] + n.z[i] * n.z[i];
-  }
-  kly::curves::InverseLengths(n.s, n.k, columns);
 }
 
 // Normal `i` of a block finished as NormalFromPartials finishes it.
@@ -206,29 +156,6 @@ void WriteTriangles(uint32_t nu, uint32_t nv, uint32_t firstVertex, uint32_t mat
       (out++)->material_index = material;
     }
   }
-}
-
-// The face normals of the quads between two rows of a block, before their scaling to unit
-// length: `first` holds those of the triangles (a, a + nu + 1, a + 1), `second` those of
-// (a, a + nu, a + nu + 1), by the mesh's rule (p2 - p0) x (p1 - p0).
-void FaceCrossBlock(const PositionBlock& low, const PositionBlock& high, uint32_t quads,
-                    NormalBlock& first, NormalBlock& second) {
-  const auto cross = [](double ax, double ay, double az, double bx, double by, double bz,
-                        NormalBlock& n, uint32_t i) {
-    n.x[i] = by * az - bz * ay;
-    n.y[i] = bz * ax - bx * az;
-    n.z[i] = bx * ay - by * ax;
-    n.s[i] = n.x[i] * n.x[i] + n.y[i] * n.y[i] + n.z[i] * n.z[i];
-  };
-  for (uint32_t q = 0; q < quads; ++q) {
-    const double x0 = low.x[q], y0 = low.y[q], z0 = low.z[q];
-    cross(high.x[q + 1] - x0, high.y[q + 1] - y0, high.z[q + 1] - z0, low.x[q + 1] - x0,
-          low.y[q + 1] - y0, low.z[q + 1] - z0, first, q);
-    cross(high.x[q] - x0, high.y[q] - y0, high.z[q] - z0, high.x[q + 1] - x0, high.y[q + 1] - y0,
-          high.z[q + 1] - z0, second, q);
-  }
-  kly::curves::InverseLengths(first.s, first.k, quads);
-  kly::curves::InverseLengths(second.s, second.k, quads);
 }
 
 // Face normal `i` of a block finished to unit length. A triangle with no area (where a row of
@@ -369,7 +296,7 @@ void KLY_CubicBezierPatch::WriteVertices(const double* uParameters, uint32_t nu,
       Row row;
       FillRow(net, vBasis, row);
       PositionBlock& positions = rows[j % 2];
-      EvaluateRowBlock(row, uBases, columns, positions, normals);
+      kly::curves::EvaluateRowBlock(row, uBases, columns, positions, normals);
       const double texV = vScale * v + vOffset;
       KLY_Vertex* vertex = out + static_cast<size_t>(j) * nu + first;
       for (uint32_t i = 0; i < columns; ++i) {
@@ -380,7 +307,7 @@ void KLY_CubicBezierPatch::WriteVertices(const double* uParameters, uint32_t nu,
       }
       if (faces == nullptr || j == 0) continue;
       const uint32_t quads = columns - 1;
-      FaceCrossBlock(rows[(j - 1) % 2], positions, quads, firstFaces, secondFaces);
+      kly::curves::FaceCrossBlock(rows[(j - 1) % 2], positions, quads, firstFaces, secondFaces);
       const KLY_Vertex* low = vertex - nu;
       KLY_Triangle* face = faces + 2 * (static_cast<size_t>(j - 1) * (nu - 1) + first);
       for (uint32_t q = 0; q < quads; ++q, face += 2) {

@@ -238,6 +238,15 @@ TEST(TessRefine, SwitchSCapsTheAddedVertices) {
   }
 }
 
+// Segments crossing at 1e-15 to 1e-5 radians lie within a rounding of each other far from the
+// crossing, and encroach each other until their subsegments are as short as their gap: the
+// stage gives up (the number 10) once the splits pass their bound, instead of filling the
+// memory.
+TEST(TessRefine, SegmentsCrossingAtATinyAngleFailInsteadOfRefiningForEver) {
+  EXPECT_EQ(RunAndCheck("pq20z", NearParallelCrossings(39, 3)), 10);
+  EXPECT_EQ(RunAndCheck("pq33z", NearParallelCrossings(2, 1)), 10);
+}
+
 TEST(TessRefine, AnAngleOfSixtyDegreesOrMoreIsRefused) {
   // Every triangle has an angle of at most 60 degrees: no refinement can meet such a bound.
   EXPECT_THROW(RunEngine("pq60z", UnitSquare().graph), int32_t);
@@ -281,7 +290,7 @@ TEST(TessRefine, SplittingASubsegmentOfAdjacentDoublesIsAPrecisionError) {
   std::string text;
   int64_t splits = 0;
   try {
-    SplitEncroachedSegments(m, sw, splits, 100, false);
+    SplitEncroachedSegments(m, sw, splits, 0, false);
   } catch (const TriangleFailure& failure) {
     text = failure.text();
   }

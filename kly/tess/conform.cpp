@@ -229,8 +229,9 @@ void QueueEncroachedSubsegments(TessMesh& m, const TessSwitches& sw) {
 
 }  // namespace
 
-bool SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw, int64_t& splits, int64_t bound,
-                             bool triangleFlaws) {
+bool SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw, int64_t& splits,
+                             int64_t allowance, bool triangleFlaws) {
+  const int64_t bound = kSplitsPerVertex * m.inVertices + kSplitsBeyondVertices + allowance;
   bool offSubsegment = false;
   while (m.badSubsegments.items > 0 && m.steinerLeft != 0) {
     TraversalInit(m.badSubsegments);
@@ -297,10 +298,9 @@ void EnforceQuality(TessMesh& m, const TessSwitches& sw) {
   QueueEncroachedSubsegments(m, sw);
   // Without the conforming switch, free vertices inside a diametral circle could be deleted
   // before the subsegment is split; this build keeps them, which costs some extra vertices.
-  const int64_t bound = kSplitsPerVertex * m.inVertices + kSplitsBeyondVertices;
   int64_t splits = 0;
-  bool offSubsegment = SplitEncroachedSegments(m, sw, splits, bound, false);
-  if (triangleStage && EnforceTriangleQuality(m, sw)) offSubsegment = true;
+  bool offSubsegment = SplitEncroachedSegments(m, sw, splits, 0, false);
+  if (triangleStage && EnforceTriangleQuality(m, sw, splits)) offSubsegment = true;
   // The flips round a split vertex keep the mesh Delaunay only when the vertex lies on the
   // subsegment it splits. Rounded off it, on the far side of a sliver whose apex is within a
   // rounding of the subsegment's line (the splits next to a vertex that a crossed segment
@@ -311,8 +311,8 @@ void EnforceQuality(TessMesh& m, const TessSwitches& sw) {
   // nothing.
   while (offSubsegment && RestoreDelaunay(m, sw)) {
     QueueEncroachedSubsegments(m, sw);
-    offSubsegment = SplitEncroachedSegments(m, sw, splits, bound, false);
-    if (triangleStage && EnforceTriangleQuality(m, sw)) offSubsegment = true;
+    offSubsegment = SplitEncroachedSegments(m, sw, splits, 0, false);
+    if (triangleStage && EnforceTriangleQuality(m, sw, splits)) offSubsegment = true;
   }
   // A split vertex is nudged towards its segment's line, which at the limit of precision may
   // put it on the wrong side of an apex; such a mesh is refused rather than returned.

@@ -37,10 +37,11 @@ void RequireValidOrientation(TessMesh& m, const TessSwitches& sw);
 
 // Splits the pooled bad subsegments, and those the splits encroach, until none is left or the
 // vertex budget is spent; with `triangleFlaws` the triangles round each split vertex are
-// tested for quality. Fails when `splits`, the count of the whole stage, passes `bound`.
-// Returns whether any split vertex lies off the subsegment it split.
-bool SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw, int64_t& splits, int64_t bound,
-                             bool triangleFlaws);
+// tested for quality. `splits` counts the splits of the whole stage, which fails when they
+// pass a bound that grows with the input, plus `allowance` (see conform.cpp). Returns whether
+// any split vertex lies off the subsegment it split.
+bool SplitEncroachedSegments(TessMesh& m, const TessSwitches& sw, int64_t& splits,
+                             int64_t allowance, bool triangleFlaws);
 
 // The refinement stage: splits encroached subsegments, then, given a triangle criterion
 // (switches q, a, u), refines the triangles.

@@ -29,9 +29,9 @@ void FindCircumcenter(TessMesh& m, const TessSwitches& sw, const double* org, co
                       const double* apex, double* centre, double& xi, double& eta, bool offCentre);
 
 // Splits bad triangles, and the subsegments their vertices would encroach, until none is bad
-// or the vertex budget of switch S is spent. Returns whether a vertex that split a subsegment
-// was rounded off it (see EnforceQuality).
-bool EnforceTriangleQuality(TessMesh& m, const TessSwitches& sw);
+// or the vertex budget of switch S is spent; `splits` counts the subsegment splits. Returns whether
+// a vertex that split a subsegment was rounded off it (see EnforceQuality).
+bool EnforceTriangleQuality(TessMesh& m, const TessSwitches& sw, int64_t& splits);
 
 // Gives every edge its midpoint node, shared by the triangles on both sides (switch o2).
 void HighOrder(TessMesh& m, const TessSwitches& sw);

@@ -96,6 +96,26 @@ TEST(Mesh, PushVertexOfItsOwnElementWhileGrowing) {
   for (const KLY_Vertex& v : mesh.vertices) EXPECT_EQ(4.0, v.pos.x);
 }
 
+TEST(Mesh, ReserveKeepsTheRecordsAndRoomWhetherOrNotItTakesASpare) {
+  // The first Reserve finds no spare (or a small one); the second finds the larger arrays the
+  // first mesh left when it was destroyed. Either way the records stay and pushing up to the
+  // reserved counts never moves the arrays.
+  for (const uint32_t count : {3000u, 2000u}) {
+    TestMesh mesh;
+    mesh.PushVertex(VertexAt(1, 2, 3));
+    mesh.PushFace(Tri(0, 0, 0, 7));
+    mesh.Reserve(count, count);
+    const KLY_Vertex* vertices = mesh.vertices.data();
+    const KLY_Triangle* triangles = mesh.triangles.data();
+    while (mesh.GetNumVertices() < count) mesh.PushVertex(VertexAt(4, 5, 6));
+    while (mesh.GetNumTriangles() < count) mesh.PushFace(Tri(1, 1, 1));
+    EXPECT_EQ(vertices, mesh.vertices.data());
+    EXPECT_EQ(triangles, mesh.triangles.data());
+    EXPECT_EQ(3.0, mesh.vertices[0].pos.z);
+    EXPECT_EQ(7u, mesh.triangles[0].material_index);
+  }
+}
+
 TEST(Mesh, MaterialTable) {
   KLY_Mesh mesh;
   KLY_Material red;

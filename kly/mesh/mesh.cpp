@@ -58,9 +58,69 @@ void KLY_Mesh::SetSize(uint32_t num_vertices, uint32_t num_triangles) {
   triangles.resize(num_triangles);
 }
 
+namespace {
+
+// The arrays of a mesh destroyed earlier on this thread, for the next Reserve. Arrays above
+// this size are not kept: holding on to them would cost more memory than their reuse saves.
+constexpr size_t kLargestSpareBytes = size_t{8} << 20;
+
+// Whether this thread's spare exists: made by the first Reserve, gone once the thread's
+// storage is torn down (a mesh destroyed after that, a static one at exit, keeps nothing).
+enum class SpareState : uint8_t { kUnused, kInUse, kGone };
+thread_local SpareState spareState = SpareState::kUnused;
+
+struct SpareArrays {
+  ~SpareArrays() { spareState = SpareState::kGone; }
+  std::vector<KLY_Vertex> vertices;
+  std::vector<KLY_Triangle> triangles;
+};
+
+SpareArrays& Spare() {
+  thread_local SpareArrays arrays;
+  spareState = SpareState::kInUse;
+  return arrays;
+}
+
+// Keeps `list`'s storage as the spare when it is larger than the spare's and small enough.
+template <class T>
+void Donate(std::vector<T>& list, std::vector<T>& spareList) {
+  const size_t bytes = list.capacity() * sizeof(T);
+  if (list.capacity() > spareList.capacity() && bytes <= kLargestSpareBytes) {
+    list.clear();
+    list.swap(spareList);
+  }
+}
+
+// Gives `list` room for `count` records, from the spare's storage when that is large enough.
+template <class T>
+void ReserveFromSpare(std::vector<T>& list, std::vector<T>& spareList, size_t count) {
+  if (list.capacity() >= count) return;
+  if (spareList.capacity() >= count) {
+    spareList.assign(list.begin(), list.end());
+    list.swap(spareList);
+    return;
+  }
+  list.reserve(count);
+}
+
+}  // namespace
+
+KLY_Mesh::~KLY_Mesh() {
+  if (spareState != SpareState::kInUse) return;
+  SpareArrays& arrays = Spare();
+  Donate(vertices, arrays.vertices);
+  Donate(triangles, arrays.triangles);
+}
+
 void KLY_Mesh::Reserve(uint32_t num_vertices, uint32_t num_triangles) {
-  vertices.reserve(num_vertices);
-  triangles.reserve(num_triangles);
+  if (spareState == SpareState::kGone) {
+    vertices.reserve(num_vertices);
+    triangles.reserve(num_triangles);
+    return;
+  }
+  SpareArrays& arrays = Spare();
+  ReserveFromSpare(vertices, arrays.vertices, num_vertices);
+  ReserveFromSpare(triangles, arrays.triangles, num_triangles);
 }
 
 void KLY_Mesh::ClearGeometry() {

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "cli/text/text_layout.h"
+#include "cli/text/variation_values.h"
 #include "kly/host/services.h"
 #include "kly/host/text_shaping.h"
 #include "tests/testing/cli_runner.h"
@@ -25,7 +26,9 @@ namespace fs = std::filesystem;
 using kly::cli::LayoutSettings;
 using kly::cli::LayOutText;
 using kly::cli::LineAlign;
+using kly::cli::ParseAxisSettings;
 using kly::cli::PlacedGlyph;
+using kly::cli::VariationValues;
 using kly::host::ShapedLine;
 using kly::host::ShapeText;
 using kly::host::ShapingRequest;
@@ -36,6 +39,8 @@ using kly::testing::ReadMesh;
 
 const char* const kSans = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
 const char* const kSerif = "/usr/share/fonts/truetype/dejavu/DejaVuSerif.ttf";
+// Package fonts-inter-variable.
+const char* const kInter = "/usr/share/fonts/truetype/inter-vf/Inter-roman.var.ttf";
 
 ShapedLine Shape(const char* font, const std::string& text,
                  const std::vector<std::string>& features = {}) {
@@ -63,6 +68,23 @@ TEST(TextShaping, SerifJoinsFiIntoOneLigature) {
   ASSERT_EQ(joined.glyphs.size(), 1u);
   EXPECT_EQ(joined.glyphs[0].cluster, 0u);
   EXPECT_EQ(Shape(kSerif, "fi", {"liga=0"}).glyphs.size(), 2u);
+}
+
+// Inter's weight axis widens its glyphs: heavier text sets wider. Values past the axis and
+// axes the font lacks are refused.
+TEST(TextShaping, VariationWeightReachesTheAdvances) {
+  const auto font = HBN_T_NMT::CTPKFontDict::FromFile(kInter);
+  ShapingRequest request;
+  request.font = font;
+  request.text = "Bold";
+  request.variation = VariationValues(ParseAxisSettings("wght=100"), font.Axes(), "Inter");
+  const int32_t light = Advance(ShapeText(request));
+  request.variation = VariationValues(ParseAxisSettings("wght=900"), font.Axes(), "Inter");
+  EXPECT_GT(Advance(ShapeText(request)), light);
+  EXPECT_THROW(VariationValues(ParseAxisSettings("wght=1000"), font.Axes(), "Inter"),
+               std::invalid_argument);
+  EXPECT_THROW(VariationValues(ParseAxisSettings("xxxx=1"), font.Axes(), "Inter"),
+               std::invalid_argument);
 }
 
 TEST(TextShaping, ArabicRunsRightToLeft) {

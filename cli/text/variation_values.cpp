@@ -54,7 +54,7 @@ std::vector<float> VariationValues(const std::vector<AxisSetting>& settings,
     }
     if (setting.second < axes[k].minimum || setting.second > axes[k].maximum) {
       throw std::invalid_argument(setting.first + "=" + FormatNumber(setting.second) +
-                                  " is past the axis of " + font_name + "; " + AxesText(axes));
+                                  " lies outside the axis of " + font_name + "; " + AxesText(axes));
     }
     values[k] = static_cast<float>(setting.second);
   }

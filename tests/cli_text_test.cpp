@@ -113,7 +113,8 @@ TEST(TextShaping, VerticalColumnsRunDownFromRightToLeft) {
 }
 
 // Scripted shaping gives each character a glyph of 1,024 units, half an em of DejaVu Sans (2,048
-// units per em): "ab" is one em wide and "c" half; the second line is 1.5 em down.
+// units per em): "ab" is one em wide and "c" half; the second line is 1.5 em down, after a
+// "\n" or a "\r\n" alike.
 TEST(TextLayout, AlignsEachLineAboutTheOrigin) {
   kly::host::HostServices services = kly::host::DefaultServices();
   services.shape_text = [](const ShapingRequest& request) {
@@ -134,7 +135,8 @@ TEST(TextLayout, AlignsEachLineAboutTheOrigin) {
     settings.shaping.font = HBN_T_NMT::CTPKFontDict::FromFile(kSans);
     settings.align = c.align;
     settings.line_height = 1.5;
-    const std::vector<PlacedGlyph> placed = LayOutText("ab\nc", settings);
+    const std::vector<PlacedGlyph> placed =
+        LayOutText(c.align == LineAlign::kEnd ? "ab\r\nc" : "ab\nc", settings);
     ASSERT_EQ(placed.size(), 3u);
     EXPECT_EQ(placed[0].x, c.first_x);
     EXPECT_EQ(placed[1].x, c.first_x + 0.5);

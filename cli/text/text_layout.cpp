@@ -12,11 +12,13 @@ bool IsVertical(host::TextDirection direction) {
          direction == host::TextDirection::kBottomToTop;
 }
 
+// Split at "\n", and at "\r\n" as text from a file written on Windows has it.
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
   size_t start = 0;
   for (size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', start)) {
-    lines.push_back(text.substr(start, end - start));
+    const bool crlf = end > start && text[end - 1] == '\r';
+    lines.push_back(text.substr(start, end - start - (crlf ? 1 : 0)));
     start = end + 1;
   }
   lines.push_back(text.substr(start));

@@ -1,7 +1,7 @@
-// Lays text out in lines: each line is shaped on its own, lines split at "\n" stack downward
-// (vertical lines, columns, from right to left), and each line is aligned about x = 0 (a column
-// about y = 0). Positions are in ems with y up; the first line's baseline (the first column's
-// centre line) passes through the origin.
+// Lays text out in lines: each line is shaped on its own, lines split at "\n" (or "\r\n") stack
+// downward (vertical lines, columns, from right to left), and each line is aligned about x = 0
+// (a column about y = 0). Positions are in ems with y up; the first line's baseline (the first
+// column's centre line) passes through the origin.
 #pragma once
 
 #include <optional>

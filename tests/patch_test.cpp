@@ -360,3 +360,21 @@ TEST(PatchAppendGrid, TriangleWithoutAreaTakesItsFirstCornersNormal) {
   for (size_t i = 0; i + 1 < us.size(); ++i, t += 2)
     EXPECT_EQ((mesh.beginVerts() + t->indices[0])->normal, t->normal);
 }
+
+TEST(PatchAppendGrid, TinyNonZeroNormalFailsAddingNothing) {
+  // The square of side 3e-13 of TinyNonZeroNormalFailsAfterReport: every vertex normal fails.
+  tagCUBIC_PATCH_PTS net = Net([](int r, int c) { return Vec3{c * 1e-13, r * 1e-13, 0.0}; });
+  TestPatch patch = Make(net, 0, 0, 0, 0);
+  ReportCapture capture;
+  std::vector<double> us, vs;
+  uint32_t vertices, triangles;
+  patch.GetAdaptiveMeshSize(vertices, triangles, us, vs);
+  KLY_Mesh mesh;
+  mesh.SetSize(4, 2);
+  EXPECT_EQ(KLY_kErrNormalisation, ThrownNumber([&] {
+              patch.AppendGrid(mesh, 2, us.data(), static_cast<uint32_t>(us.size()), vs.data(),
+                               static_cast<uint32_t>(vs.size()));
+            }));
+  EXPECT_EQ(4u, mesh.GetNumVertices());
+  EXPECT_EQ(2u, mesh.GetNumTriangles());
+}

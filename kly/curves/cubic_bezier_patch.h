@@ -50,7 +50,8 @@ class KLY_CubicBezierPatch {
   // with its triangles' indices counted from the mesh's vertex count: lets a caller lay many
   // patches into one mesh (reserved once) without copying each. Unlike FillMesh it writes
   // triangle normals, the face normals of the mesh's rule (a triangle of no area takes its first
-  // corner's vertex normal). Fails with std::length_error past 32-bit counts, adding nothing.
+  // corner's vertex normal). Fails with std::length_error past 32-bit counts, and with 4363 for
+  // a vertex normal too short to normalise; either way it adds nothing.
   void AppendGrid(KLY_Mesh& mesh, uint32_t material, const double* uParameters, uint32_t nu,
                   const double* vParameters, uint32_t nv);
 

@@ -19,6 +19,8 @@ const std::vector<std::string> kBevelNames = {"none", "chamfer", "concave", "con
 constexpr uint32_t kMostGranularity = 10;
 
 constexpr NumberRange kSizes{0.0, 3.4e38};
+// Refinement is known to finish for smallest angles up to about 34 degrees.
+constexpr NumberRange kCapAngles{0.0, 34.0};
 
 void AddSize(CLI::App& app, const std::string& name, std::optional<double>& target,
              const std::string& description) {
@@ -67,6 +69,11 @@ void AddExtrusionOptions(CLI::App& app, ExtrusionOptions& options, const std::st
                  "Least and most rounds of halving that sample each curve of an outline");
   AddGranularity(app, "--bevel-granularity", options.bevel_granularity,
                  "Least and most rounds of halving that sample the bevel's profile");
+  AddNumberOption(app, "--cap-quality", options.cap_quality,
+                  "Smallest angle, in degrees, that the triangles of the front and back faces "
+                  "keep: the faces get points inside them, their outlines stay as they are. 0 "
+                  "leaves them as the outline's points alone make them",
+                  kCapAngles);
 }
 
 ExtrusionParameters ResolveExtrusion(const ExtrusionOptions& options, double scale) {
@@ -78,6 +85,7 @@ ExtrusionParameters ResolveExtrusion(const ExtrusionOptions& options, double sca
   p.hole_bevel_depth = options.hole_bevel_depth.value_or(p.bevel_depth);
   std::copy(options.face_granularity, options.face_granularity + 2, p.face_granularity);
   std::copy(options.bevel_granularity, options.bevel_granularity + 2, p.bevel_granularity);
+  p.cap_quality = options.cap_quality;
   return p;
 }
 

@@ -21,6 +21,8 @@ struct ExtrusionOptions {
   std::optional<double> hole_bevel_depth;
   uint32_t face_granularity[2] = {1, 10};
   uint32_t bevel_granularity[2] = {1, 10};
+  // Smallest angle the caps' triangles keep, in degrees; 0 leaves the caps unrefined.
+  double cap_quality = 0.0;
 };
 
 // The values the library takes, in output units.
@@ -31,6 +33,7 @@ struct ExtrusionParameters {
   double hole_bevel_depth;
   uint32_t face_granularity[2];
   uint32_t bevel_granularity[2];
+  double cap_quality;
 };
 
 // Shares of the scale taken by a depth and a bevel not given.
@@ -53,6 +56,7 @@ void ApplyExtrusion(const ExtrusionParameters& p, double build_per_output, Colle
   collection.SetHoleBevelDepth(p.hole_bevel_depth * build_per_output);
   collection.SetFaceGranularity(p.face_granularity[0], p.face_granularity[1]);
   collection.SetBevelGranularity(p.bevel_granularity[0], p.bevel_granularity[1]);
+  collection.SetFaceQuality(p.cap_quality);
 }
 
 }  // namespace cli

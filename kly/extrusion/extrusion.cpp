@@ -19,7 +19,7 @@ constexpr int32_t kSetMaterialLine = 280;
 constexpr int32_t kGetMaterialLine = 270;
 
 // A depth at or below zero (or NaN, which no comparison admits) is stored as zero.
-double ClampDepth(double depth) {
+double NonNegative(double depth) {
   return depth > 0.0 ? depth : 0.0;
 }
 
@@ -71,15 +71,19 @@ void KLY_Extrusion::GetBevelGranularity(uint32_t& min, uint32_t& max) const {
 }
 
 void KLY_Extrusion::SetExtrusionDepth(double depth) {
-  Store(extrusionDepth, ClampDepth(depth), dirty);
+  Store(extrusionDepth, NonNegative(depth), dirty);
+}
+
+void KLY_Extrusion::SetFaceQuality(double minAngleDegrees) {
+  Store(faceQuality, NonNegative(minAngleDegrees), dirty);
 }
 
 void KLY_Extrusion::SetBevelDepth(double depth) {
-  Store(bevelDepth, ClampDepth(depth), dirty);
+  Store(bevelDepth, NonNegative(depth), dirty);
 }
 
 void KLY_Extrusion::SetHoleBevelDepth(double depth) {
-  Store(holeBevelDepth, ClampDepth(depth), dirty);
+  Store(holeBevelDepth, NonNegative(depth), dirty);
 }
 
 void KLY_Extrusion::SetBevelStyle(int32_t style) {

@@ -46,6 +46,14 @@ class KLY_Extrusion : public KLY_Mesh {
   void SetBevelGranularity(uint32_t min, uint32_t max);
   void GetBevelGranularity(uint32_t& min, uint32_t& max) const;
 
+  // Smallest angle, in degrees, that the front and back faces' triangles should keep: above 0
+  // the face is refined with points inside it (its outline's points stay as they are, so the
+  // walls still meet it). 0, a negative value or NaN is stored as 0: the face has no points
+  // but the outline's. The engine refuses 60 or more, and the build then fails as a face that
+  // cannot be triangulated.
+  void SetFaceQuality(double minAngleDegrees);
+  void GetFaceQuality(double& out) const { out = faceQuality; }
+
   // Depths: a value at or below 0 (or NaN) is stored as 0.
   void SetExtrusionDepth(double depth);
   void GetExtrusionDepth(double& out) const { out = extrusionDepth; }
@@ -112,6 +120,7 @@ class KLY_Extrusion : public KLY_Mesh {
   uint32_t faceGranularityMax = 10;
   uint32_t bevelGranularityMin = 0;
   uint32_t bevelGranularityMax = 10;
+  double faceQuality = 0.0;
 
   // Working data of a build, empty outside one.
   std::vector<std::vector<ORT_Vector3T<double>>> polygons;      // flattened, per contour

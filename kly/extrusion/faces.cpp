@@ -1,8 +1,11 @@
 // The front face, triangulated by the engine from the flattened outlines, and the back face,
 // turned round from a copy of it.
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <exception>
 #include <stdexcept>
+#include <string>
 
 #include "kly/core/bounds.h"
 #include "kly/extrusion/extrusion.h"
@@ -22,6 +25,8 @@ const char kBuildFaceTriangulation[] =
 constexpr uint16_t kBuildFaceTriangulationSub = 2;
 // Quiet, a planar graph with segments and holes, numbers from 0.
 constexpr const char* kFrontSwitches = "Qpz";
+// Refinement keeps every segment whole (YY), so the face's outline is the walls' outline.
+constexpr const char* kRefinedFrontSwitches = "QpzYYq";
 constexpr uint16_t kPointsSite = 0;
 constexpr uint16_t kSegmentsSite = 1;
 constexpr uint16_t kHolesSite = 2;
@@ -54,6 +59,16 @@ Vec3 HoleSeed(const Polygon& hole) {
   return mean * (1.0 / static_cast<double>(count));
 }
 
+// The engine's switches for a face whose triangles keep at least `minAngle` degrees (0: none).
+std::string FrontSwitches(double minAngle) {
+  if (!(minAngle > 0.0)) return kFrontSwitches;
+  // The engine reads digits and a point. Any angle past a right angle is refused as 90 is,
+  // and the cap keeps the text short.
+  char angle[32];
+  std::snprintf(angle, sizeof angle, "%.9f", std::min(minAngle, 90.0));
+  return std::string(kRefinedFrontSwitches) + angle;
+}
+
 }  // namespace
 
 void KLY_Extrusion::BuildFrontMesh(KLY_Mesh& mesh) {
@@ -78,7 +93,7 @@ void KLY_Extrusion::BuildFrontMesh(KLY_Mesh& mesh) {
     in.holes = static_cast<double*>(TessAlloc(kHolesSite, 16 * holeTotal));
     FillEngineInput(in);
     try {
-      triangulate(kFrontSwitches, in, out, nullptr);
+      triangulate(FrontSwitches(faceQuality).c_str(), in, out, nullptr);
     } catch (...) {
       TessFreeRecord(&in);
       KLY_Error(KLY_kErrOutline, NUT_ZStringToMBString(kBuildFaceTriangulation).c_str(),

@@ -54,6 +54,11 @@ void KLY_Text::GetBevelGranularity(uint32_t& min, uint32_t& max) const {
   max = bevelGranularity[1];
 }
 
+void KLY_Text::SetFaceQuality(double minAngleDegrees) {
+  StoreParameter(faceQuality, minAngleDegrees, dirty);
+  for (KLY_Letter& letter : letters) letter.SetFaceQuality(faceQuality);
+}
+
 void KLY_Text::SetExtrusionDepth(double depth) {
   StoreParameter(extrusionDepth, depth, dirty);
   for (KLY_Letter& letter : letters) letter.SetExtrusionDepth(extrusionDepth);

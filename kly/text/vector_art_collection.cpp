@@ -74,6 +74,11 @@ void KLY_VectorArtCollection::GetBevelGranularity(uint32_t& min, uint32_t& max) 
   max = bevelGranularity[1];
 }
 
+void KLY_VectorArtCollection::SetFaceQuality(double minAngleDegrees) {
+  StoreParameter(faceQuality, minAngleDegrees, dirty);
+  for (KLY_VectorArt& element : art) element.SetFaceQuality(faceQuality);
+}
+
 void KLY_VectorArtCollection::SetExtrusionDepth(double depth) {
   StoreParameter(extrusionDepth, depth, dirty);
   for (KLY_VectorArt& element : art) element.SetExtrusionDepth(extrusionDepth);

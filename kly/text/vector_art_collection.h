@@ -37,6 +37,9 @@ class KLY_VectorArtCollection : public KLY_Geometry {
   void GetFaceGranularity(uint32_t& min, uint32_t& max) const;
   void SetBevelGranularity(uint32_t min, uint32_t max);
   void GetBevelGranularity(uint32_t& min, uint32_t& max) const;
+  // Stored as given; each element clamps for itself.
+  void SetFaceQuality(double minAngleDegrees);
+  void GetFaceQuality(double& out) const { out = faceQuality; }
   void SetExtrusionDepth(double depth);
   void GetExtrusionDepth(double& out) const { out = extrusionDepth; }
   void SetBevelDepth(double depth);
@@ -81,5 +84,6 @@ class KLY_VectorArtCollection : public KLY_Geometry {
   double holeBevelDepth = 0.0;
   uint32_t faceGranularity[2] = {1, 10};   // min, max
   uint32_t bevelGranularity[2] = {1, 10};  // min, max
+  double faceQuality = 0.0;
   std::vector<KLY_Material> materials;
 };

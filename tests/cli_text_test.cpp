@@ -7,6 +7,7 @@
 #include <tiny_gltf.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -230,13 +231,39 @@ TEST_F(CliTextTest, EveryFormatHoldsTheSameSolid) {
   EXPECT_EQ(std::count(counts.begin(), counts.end(), counts[0]), 4);
 }
 
-// 'u' of DejaVu Sans holds a contour of a single point besides its outline, which the
-// extrusion would refuse, failing the whole text.
+// 'u' of DejaVu Sans holds an anchor, a contour of a single point, besides its outline. Playback
+// leaves it out: the extrusion would refuse it and fail the whole text.
 TEST_F(CliTextTest, LonePointOfUDoesNotFailTheText) {
   const Outcome run = Kly({"text", "you", "-o", "you.glb"});
   ASSERT_EQ(run.exit_code, 0) << run.err;
   EXPECT_EQ(run.err, "");
   EXPECT_GT(Read("you.glb").triangles.size(), 0u);
+}
+
+// --cap-quality refines the front and back faces with points inside them: more triangles over
+// the same outline (the same bounds); past 34 degrees refinement may not finish, so it is refused.
+TEST_F(CliTextTest, CapQualityAddsPointsInsideTheFaces) {
+  ASSERT_EQ(Kly({"text", "e", "-o", "plain.glb"}).exit_code, 0);
+  const Outcome run = Kly({"text", "e", "--cap-quality", "25", "-o", "fine.glb"});
+  ASSERT_EQ(run.exit_code, 0) << run.err;
+  const ReadMesh plain = Read("plain.glb");
+  const ReadMesh fine = Read("fine.glb");
+  EXPECT_GT(fine.triangles.size(), plain.triangles.size());
+  const auto extent = [](const ReadMesh& mesh) {
+    std::array<double, 4> box = {1e30, 1e30, -1e30, -1e30};  // min x, min y, max x, max y
+    for (const auto& p : mesh.positions) {
+      box = {std::min(box[0], p[0]), std::min(box[1], p[1]), std::max(box[2], p[0]),
+             std::max(box[3], p[1])};
+    }
+    return box;
+  };
+  EXPECT_EQ(extent(fine), extent(plain));
+  const Outcome refused = Kly({"text", "e", "--cap-quality", "40", "-o", "steep.glb"});
+  EXPECT_EQ(refused.exit_code, 2);
+  EXPECT_EQ(refused.err,
+            "kly: --cap-quality: '40' is out of range; expected a number from 0 to 34 (see kly "
+            "--help)\n");
+  EXPECT_FALSE(fs::exists(work_ / "steep.glb"));
 }
 
 TEST_F(CliTextTest, MissingGlyphDrawsItsBoxAndWarns) {

@@ -9,6 +9,7 @@
 #include <limits>
 #include <ostream>
 #include <string>
+#include <set>
 #include <vector>
 
 #include "kly/host/services.h"
@@ -96,9 +97,15 @@ TEST_F(DejaVuPlayback, VerticalGlyphHasItsTopCentreAtTheOrigin) {
 TEST_F(DejaVuPlayback, EveryGlyphMatchesItsPointListRaisedToCubics) {
   const kly::host::GlyphOutlines outlines(kDejaVuSans);
   int curves = 0;
+  std::set<int> skipped;
   for (int glyph = 0; glyph < font.GlyphCount(); ++glyph) {
     Calls expected = {{'R', {}}};
     for (const KLY_Contour& contour : kly::testing::GlyphContours(outlines, glyph, 1.0)) {
+      // A lone point or a single line encloses nothing and is not played.
+      if (contour.Size() < 3) {
+        skipped.insert(glyph);
+        continue;
+      }
       auto p = contour.beginPoints();
       for (auto code = contour.beginCodes(); code != contour.endCodes(); ++code, ++p) {
         if (*code != KLY_Contour::kCodeCurve) {
@@ -114,6 +121,8 @@ TEST_F(DejaVuPlayback, EveryGlyphMatchesItsPointListRaisedToCubics) {
     ASSERT_EQ(Play(glyph, font), expected) << "glyph " << glyph;
   }
   EXPECT_GT(curves, 10000);
+  // The glyphs with an anchor point, as the extrusion sweep over the font counts them.
+  EXPECT_EQ(93u, skipped.size());
 }
 
 TEST_F(DejaVuPlayback, NothingToDrawPlaysResetAndFinishAlone) {

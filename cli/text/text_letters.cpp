@@ -1,7 +1,5 @@
 #include "cli/text/text_letters.h"
 
-#include "cli/text/drawn_outlines.h"
-
 namespace kly {
 namespace cli {
 
@@ -18,7 +16,6 @@ void AddLetters(const std::vector<PlacedGlyph>& glyphs, const HBN_T_NMT::CTPKFon
   const double scale = kBuildEm / font.UnitsPerEm();
   // Font units run y up; the library's frame y down.
   const ORT_Matrix3 glyph_matrix = Matrix(scale, -scale, 0.0, 0.0);
-  const DrawnOutlinesOnly drawn_outlines;
   for (const PlacedGlyph& glyph : glyphs) {
     KLY_Letter letter(static_cast<int>(glyph.glyph), glyph_matrix,
                       Matrix(1.0, 1.0, glyph.x * kBuildEm, -glyph.y * kBuildEm), true,

@@ -18,8 +18,7 @@ constexpr double kBuildEm = 16.0;
 
 // Appends one letter a glyph to `text`, in order: the glyph's outline scaled from font units to
 // kBuildEm and turned y down (its glyph matrix), placed at its origin (its post matrix), played
-// in the glyph's orientation with the font's variation `values`. Contours of a lone point are
-// left out (drawn_outlines.h).
+// in the glyph's orientation with the font's variation `values`.
 void AddLetters(const std::vector<PlacedGlyph>& glyphs, const HBN_T_NMT::CTPKFontDict& font,
                 const std::vector<float>& values, KLY_Text& text);
 

@@ -155,6 +155,12 @@ void PlayContour(Point start, const std::vector<Piece>& pieces, const Placement&
   player.ClosePath();
 }
 
+// A lone point (TrueType keeps anchors as contours of one point: 'u' of DejaVu Sans has one)
+// or a single line there and back encloses nothing, and no rasteriser draws it.
+bool EnclosesArea(const std::vector<Piece>& pieces) {
+  return pieces.size() > 1 || (pieces.size() == 1 && pieces[0].curve);
+}
+
 void PlayOutline(int glyph, const FT_Outline& outline, const Placement& place, const FontFace& font,
                  GLF_OutlinePlayer& player) {
   int first = 0;
@@ -167,7 +173,7 @@ void PlayOutline(int glyph, const FT_Outline& outline, const Placement& place, c
     if (!ContourPieces(points, pieces))
       FailFont(FT_Err_Invalid_Outline, "The outline of " + GlyphName(glyph, font) +
                                            " has a cubic control without its partner");
-    PlayContour(points[0].at, pieces, place, player);
+    if (EnclosesArea(pieces)) PlayContour(points[0].at, pieces, place, player);
     first = last + 1;
   }
 }

@@ -56,6 +56,8 @@ namespace host {
 // MoveTo, then LineTo and CurveTo in the font's order, then ClosePath. It starts at its first
 // on-curve point (midway between its last and first control when it has none); a straight
 // closing line back to that point is left to ClosePath, while a curve back to it is played.
+// A contour that encloses nothing (a lone point, as TrueType keeps anchors, or one line there
+// and back) is not played.
 // Between two conic controls the implied on-curve point is their exact midpoint. A failing load
 // is reported naming the glyph and the font file, and FreeType's status thrown; so is a cubic
 // control without its partner (FreeType's "invalid outline", 20).

@@ -85,6 +85,10 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& e) {
     if (e.get_exit_code() == 0) return app.exit(e);
     return FailUsage(app, e);
+  } catch (const kly::cli::HostFailure& e) {
+    const std::string report = session->LastReport();
+    if (report.empty()) return Fail(e.Stage() + " failed: status " + std::to_string(e.Number()));
+    return Fail(e.Stage() + " failed: " + report);
   } catch (const kly::cli::LibraryFailure& e) {
     return Fail(e.Stage() +
                 " failed: " + kly::cli::DescribeFailure(e.Number(), session->LastReport()));

@@ -300,16 +300,16 @@ TEST_F(CliTextTest, BadInputFailsInOneLineLeavingNothing) {
   const std::vector<Case> cases = {
       {{"--font", "missing.ttf"},
        1,
-       "kly: reading the font failed: failure 1 (unlisted failure): Cannot open font file "
+       "kly: reading the font failed: Cannot open font file "
        "\"missing.ttf\": No such file or directory (FreeType error 1)"},
       {{"--font", fake},
        1,
-       "kly: reading the font failed: failure 2 (unlisted failure): The font file \"" + fake +
+       "kly: reading the font failed: The font file \"" + fake +
            "\" is not a font (FreeType error 2)"},
       {{"--face-index", "1"},
        1,
-       "kly: reading the font failed: failure 6 (unlisted failure): The font file \"" +
-           std::string(kSans) + "\" has 1 face; face 1 does not exist (FreeType error 6)"},
+       "kly: reading the font failed: The font file \"" + std::string(kSans) +
+           "\" has 1 face; face 1 does not exist (FreeType error 6)"},
       {{"--variation", "wght=700"},
        2,
        "kly: --variation: 'wght' is not an axis of DejaVu Sans; it has no axes; expected axes "

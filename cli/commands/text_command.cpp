@@ -40,7 +40,7 @@ HBN_T_NMT::CTPKFontDict OpenFont(const TextOptions& options) {
     return HBN_T_NMT::CTPKFontDict::FromFile(options.font,
                                              static_cast<int32_t>(options.face_index));
   } catch (int32_t number) {
-    throw LibraryFailure("reading the font", number);
+    throw HostFailure("reading the font", number);
   }
 }
 

@@ -30,5 +30,12 @@ class LibraryFailure : public std::exception {
   int32_t number_;
 };
 
+// A failure of a host service (opening a font) thrown with the service's own status, which is
+// none of the library's numbers: the service's report alone says what went wrong.
+class HostFailure : public LibraryFailure {
+ public:
+  using LibraryFailure::LibraryFailure;
+};
+
 }  // namespace cli
 }  // namespace kly

@@ -20,6 +20,33 @@ void StoreParameter(T& field, T value, bool& dirty) {
   field = value;
 }
 
+// The setters' one pattern: `dirty` when `value` differs from `field`, store it, then hand the
+// stored value to every element's like-named setter.
+template <class Element, class T>
+void StoreAndForward(T& field, T value, bool& dirty, std::vector<Element>& elements,
+                     void (KLY_Extrusion::*setter)(T)) {
+  StoreParameter(field, value, dirty);
+  for (Element& element : elements) (element.*setter)(field);
+}
+
+template <class Element>
+void StoreAndForward(uint32_t (&field)[2], uint32_t min, uint32_t max, bool& dirty,
+                     std::vector<Element>& elements,
+                     void (KLY_Extrusion::*setter)(uint32_t, uint32_t)) {
+  StoreParameter(field[0], min, dirty);
+  StoreParameter(field[1], max, dirty);
+  for (Element& element : elements) (element.*setter)(min, max);
+}
+
+// For the parameters that the elements alone carry: `dirty` when `value` differs from the
+// collection's `field`, which keeps its default, and `forwarded` handed to every element.
+template <class Element, class T>
+void ForwardOnly(const T& field, T value, T forwarded, bool& dirty, std::vector<Element>& elements,
+                 void (KLY_Extrusion::*setter)(T)) {
+  if (value != field) dirty = true;
+  for (Element& element : elements) (element.*setter)(forwarded);
+}
+
 // A collection's own slot check. A negative index fails like one past the four slots, rather
 // than writing before the table.
 inline void CheckMaterialSlot(int32_t index) {

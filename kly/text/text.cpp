@@ -2,7 +2,8 @@
 
 #include "kly/text/element_array.h"
 
-using kly::text::StoreParameter;
+using kly::text::ForwardOnly;
+using kly::text::StoreAndForward;
 
 namespace {
 
@@ -33,9 +34,7 @@ void KLY_Text::DeleteLetter(uint32_t index) {
 }
 
 void KLY_Text::SetFaceGranularity(uint32_t min, uint32_t max) {
-  StoreParameter(faceGranularity[0], min, dirty);
-  StoreParameter(faceGranularity[1], max, dirty);
-  for (KLY_Letter& letter : letters) letter.SetFaceGranularity(min, max);
+  StoreAndForward(faceGranularity, min, max, dirty, letters, &KLY_Extrusion::SetFaceGranularity);
 }
 
 void KLY_Text::GetFaceGranularity(uint32_t& min, uint32_t& max) const {
@@ -44,9 +43,7 @@ void KLY_Text::GetFaceGranularity(uint32_t& min, uint32_t& max) const {
 }
 
 void KLY_Text::SetBevelGranularity(uint32_t min, uint32_t max) {
-  StoreParameter(bevelGranularity[0], min, dirty);
-  StoreParameter(bevelGranularity[1], max, dirty);
-  for (KLY_Letter& letter : letters) letter.SetBevelGranularity(min, max);
+  StoreAndForward(bevelGranularity, min, max, dirty, letters, &KLY_Extrusion::SetBevelGranularity);
 }
 
 void KLY_Text::GetBevelGranularity(uint32_t& min, uint32_t& max) const {
@@ -55,41 +52,35 @@ void KLY_Text::GetBevelGranularity(uint32_t& min, uint32_t& max) const {
 }
 
 void KLY_Text::SetFaceQuality(double minAngleDegrees) {
-  StoreParameter(faceQuality, minAngleDegrees, dirty);
-  for (KLY_Letter& letter : letters) letter.SetFaceQuality(faceQuality);
+  StoreAndForward(faceQuality, minAngleDegrees, dirty, letters, &KLY_Extrusion::SetFaceQuality);
 }
 
 void KLY_Text::SetExtrusionDepth(double depth) {
-  StoreParameter(extrusionDepth, depth, dirty);
-  for (KLY_Letter& letter : letters) letter.SetExtrusionDepth(extrusionDepth);
+  StoreAndForward(extrusionDepth, depth, dirty, letters, &KLY_Extrusion::SetExtrusionDepth);
 }
 
 void KLY_Text::SetBevelDepth(double depth) {
-  StoreParameter(bevelDepth, depth, dirty);
-  for (KLY_Letter& letter : letters) letter.SetBevelDepth(bevelDepth);
+  StoreAndForward(bevelDepth, depth, dirty, letters, &KLY_Extrusion::SetBevelDepth);
 }
 
 void KLY_Text::SetBevelStyle(int32_t style) {
-  StoreParameter(bevelStyle, style, dirty);
-  for (KLY_Letter& letter : letters) letter.SetBevelStyle(bevelStyle);
+  StoreAndForward(bevelStyle, style, dirty, letters, &KLY_Extrusion::SetBevelStyle);
 }
 
 // The next three compare with the text's own field but leave it at its default, as the
 // letters alone carry these values.
 void KLY_Text::SetBevelDirection(uint32_t direction) {
-  if (direction != bevelDirection) dirty = true;
-  for (KLY_Letter& letter : letters) letter.SetBevelDirection(direction);
+  ForwardOnly(bevelDirection, direction, direction, dirty, letters,
+              &KLY_Extrusion::SetBevelDirection);
 }
 
 void KLY_Text::SetOrientationStyle(uint32_t style) {
-  if (style != orientationStyle) dirty = true;
-  for (KLY_Letter& letter : letters) letter.SetOrientationStyle(style);
+  ForwardOnly(orientationStyle, style, style, dirty, letters, &KLY_Extrusion::SetOrientationStyle);
 }
 
 void KLY_Text::SetHoleBevelDepth(double depth) {
-  if (depth != holeBevelDepth) dirty = true;
   const double raised = depth <= 0.0 ? 0.0 : depth;
-  for (KLY_Letter& letter : letters) letter.SetHoleBevelDepth(raised);
+  ForwardOnly(holeBevelDepth, depth, raised, dirty, letters, &KLY_Extrusion::SetHoleBevelDepth);
 }
 
 void KLY_Text::SetMaterial(int32_t index, const KLY_Material& material) {

@@ -2,7 +2,8 @@
 
 #include "kly/text/element_array.h"
 
-using kly::text::StoreParameter;
+using kly::text::ForwardOnly;
+using kly::text::StoreAndForward;
 
 namespace {
 
@@ -53,9 +54,7 @@ void KLY_VectorArtCollection::AdjustPostMatrixCoplanarZ(float step) {
 }
 
 void KLY_VectorArtCollection::SetFaceGranularity(uint32_t min, uint32_t max) {
-  StoreParameter(faceGranularity[0], min, dirty);
-  StoreParameter(faceGranularity[1], max, dirty);
-  for (KLY_VectorArt& element : art) element.SetFaceGranularity(min, max);
+  StoreAndForward(faceGranularity, min, max, dirty, art, &KLY_Extrusion::SetFaceGranularity);
 }
 
 void KLY_VectorArtCollection::GetFaceGranularity(uint32_t& min, uint32_t& max) const {
@@ -64,9 +63,7 @@ void KLY_VectorArtCollection::GetFaceGranularity(uint32_t& min, uint32_t& max) c
 }
 
 void KLY_VectorArtCollection::SetBevelGranularity(uint32_t min, uint32_t max) {
-  StoreParameter(bevelGranularity[0], min, dirty);
-  StoreParameter(bevelGranularity[1], max, dirty);
-  for (KLY_VectorArt& element : art) element.SetBevelGranularity(min, max);
+  StoreAndForward(bevelGranularity, min, max, dirty, art, &KLY_Extrusion::SetBevelGranularity);
 }
 
 void KLY_VectorArtCollection::GetBevelGranularity(uint32_t& min, uint32_t& max) const {
@@ -75,41 +72,34 @@ void KLY_VectorArtCollection::GetBevelGranularity(uint32_t& min, uint32_t& max) 
 }
 
 void KLY_VectorArtCollection::SetFaceQuality(double minAngleDegrees) {
-  StoreParameter(faceQuality, minAngleDegrees, dirty);
-  for (KLY_VectorArt& element : art) element.SetFaceQuality(faceQuality);
+  StoreAndForward(faceQuality, minAngleDegrees, dirty, art, &KLY_Extrusion::SetFaceQuality);
 }
 
 void KLY_VectorArtCollection::SetExtrusionDepth(double depth) {
-  StoreParameter(extrusionDepth, depth, dirty);
-  for (KLY_VectorArt& element : art) element.SetExtrusionDepth(extrusionDepth);
+  StoreAndForward(extrusionDepth, depth, dirty, art, &KLY_Extrusion::SetExtrusionDepth);
 }
 
 void KLY_VectorArtCollection::SetBevelDepth(double depth) {
-  StoreParameter(bevelDepth, depth, dirty);
-  for (KLY_VectorArt& element : art) element.SetBevelDepth(bevelDepth);
+  StoreAndForward(bevelDepth, depth, dirty, art, &KLY_Extrusion::SetBevelDepth);
 }
 
 void KLY_VectorArtCollection::SetBevelStyle(int32_t style) {
-  StoreParameter(bevelStyle, style, dirty);
-  for (KLY_VectorArt& element : art) element.SetBevelStyle(bevelStyle);
+  StoreAndForward(bevelStyle, style, dirty, art, &KLY_Extrusion::SetBevelStyle);
 }
 
 // The next three compare with the collection's own field but leave it at its default, as the
 // elements alone carry these values.
 void KLY_VectorArtCollection::SetBevelDirection(uint32_t direction) {
-  if (direction != bevelDirection) dirty = true;
-  for (KLY_VectorArt& element : art) element.SetBevelDirection(direction);
+  ForwardOnly(bevelDirection, direction, direction, dirty, art, &KLY_Extrusion::SetBevelDirection);
 }
 
 void KLY_VectorArtCollection::SetOrientationStyle(uint32_t style) {
-  if (style != orientationStyle) dirty = true;
-  for (KLY_VectorArt& element : art) element.SetOrientationStyle(style);
+  ForwardOnly(orientationStyle, style, style, dirty, art, &KLY_Extrusion::SetOrientationStyle);
 }
 
 void KLY_VectorArtCollection::SetHoleBevelDepth(double depth) {
-  if (depth != holeBevelDepth) dirty = true;
   const double raised = depth <= 0.0 ? 0.0 : depth;
-  for (KLY_VectorArt& element : art) element.SetHoleBevelDepth(raised);
+  ForwardOnly(holeBevelDepth, depth, raised, dirty, art, &KLY_Extrusion::SetHoleBevelDepth);
 }
 
 void KLY_VectorArtCollection::SetMaterial(int32_t index, const KLY_Material& material) {

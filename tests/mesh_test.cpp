@@ -116,6 +116,22 @@ TEST(Mesh, ReserveKeepsTheRecordsAndRoomWhetherOrNotItTakesASpare) {
   }
 }
 
+TEST(Mesh, GrowUnwrittenKeepsTheRecordsAndNeverShrinks) {
+  TestMesh mesh;
+  mesh.PushVertex(VertexAt(1, 2, 3));
+  mesh.PushFace(Tri(0, 0, 0, 7));
+  mesh.GrowUnwritten(5, 3);
+  EXPECT_EQ(5u, mesh.GetNumVertices());
+  EXPECT_EQ(3u, mesh.GetNumTriangles());
+  EXPECT_EQ(3.0, mesh.vertices[0].pos.z);
+  EXPECT_EQ(7u, mesh.triangles[0].material_index);
+  // Only the numbers are left to the writer: a new vertex is not singular.
+  for (const KLY_Vertex& v : mesh.vertices) EXPECT_FALSE(v.singular);
+  mesh.GrowUnwritten(2, 1);
+  EXPECT_EQ(5u, mesh.GetNumVertices());
+  EXPECT_EQ(3u, mesh.GetNumTriangles());
+}
+
 TEST(Mesh, MaterialTable) {
   KLY_Mesh mesh;
   KLY_Material red;

@@ -6,9 +6,16 @@
 
 #include "kly/host/ort.h"
 
+// Tag of the record constructors that leave the numbers of a record unwritten, for bulk writers
+// that write every one of them right after (KLY_Mesh::GrowUnwritten): a default record would
+// have them written twice.
+struct KLY_Unwritten {};
+
 class KLY_Vertex {
  public:
-  KLY_Vertex() = default;
+  KLY_Vertex() : pos{0.0, 0.0, 0.0}, pos_w(0.0), uv{0.0, 0.0}, normal{0.0, 0.0, 0.0} {}
+  // `singular` is still false: a bulk writer has nothing to say about it.
+  explicit KLY_Vertex(KLY_Unwritten) {}
 
   void GetPos(ORT_Vector3T<double>& out) const { out = pos; }
   // Also sets the weight to 1.0.
@@ -24,11 +31,11 @@ class KLY_Vertex {
   void GetSingular(bool& out) const { out = singular; }
   void SetSingular(bool s) { singular = s; }
 
-  ORT_Vector3T<double> pos{0.0, 0.0, 0.0};
+  ORT_Vector3T<double> pos;
   // Homogeneous weight: 0.0 until SetPos, 1.0 from every builder but the sphere's. Never read.
-  double pos_w = 0.0;
-  ORT_Vector2T<double> uv{0.0, 0.0};
-  ORT_Vector3T<double> normal{0.0, 0.0, 0.0};
+  double pos_w;
+  ORT_Vector2T<double> uv;
+  ORT_Vector3T<double> normal;
   // Travels with the vertex for the consumer; the library decides nothing by it.
   bool singular = false;
 };
@@ -38,6 +45,7 @@ class KLY_Triangle {
   // Zeroes the indices only: material index and normal keep what the memory held, since every
   // builder writes them itself and a cleared default would cost a pass over large arrays.
   KLY_Triangle() : indices{0, 0, 0} {}
+  explicit KLY_Triangle(KLY_Unwritten) {}
   KLY_Triangle(uint32_t a, uint32_t b, uint32_t c) : indices{a, b, c}, material_index(0) {}
 
   void SetIndices(uint32_t a, uint32_t b, uint32_t c) {

@@ -261,8 +261,8 @@ void KLY_CubicBezierPatch::AppendGrid(KLY_Mesh& mesh, uint32_t material, const d
   }
   // Records are written in place rather than pushed: a record built aside and copied in made
   // every store wait on the one before it.
-  mesh.SetSize(static_cast<uint32_t>(firstVertex + vertexCount),
-               static_cast<uint32_t>(firstTriangle + triangleCount));
+  mesh.GrowUnwritten(static_cast<uint32_t>(firstVertex + vertexCount),
+                     static_cast<uint32_t>(firstTriangle + triangleCount));
   KLY_Vertex* vertices = &*mesh.beginVerts() + firstVertex;
   KLY_Triangle* triangles = &*mesh.beginTriangles() + firstTriangle;
   WriteTriangles(nu, nv, firstVertex, material, triangles);

@@ -103,6 +103,14 @@ void ReserveFromSpare(std::vector<T>& list, std::vector<T>& spareList, size_t co
   list.reserve(count);
 }
 
+// Grown geometrically, as resize would: the walls of an extrusion are added a patch at a time.
+template <class T>
+void GrowListUnwritten(std::vector<T>& list, size_t count) {
+  if (count > list.capacity()) list.reserve(std::max(count, 2 * list.capacity()));
+  for (size_t more = count - std::min(count, list.size()); more > 0; --more)
+    list.emplace_back(KLY_Unwritten{});
+}
+
 }  // namespace
 
 KLY_Mesh::~KLY_Mesh() {
@@ -121,6 +129,11 @@ void KLY_Mesh::Reserve(uint32_t num_vertices, uint32_t num_triangles) {
   SpareArrays& arrays = Spare();
   ReserveFromSpare(vertices, arrays.vertices, num_vertices);
   ReserveFromSpare(triangles, arrays.triangles, num_triangles);
+}
+
+void KLY_Mesh::GrowUnwritten(uint32_t num_vertices, uint32_t num_triangles) {
+  GrowListUnwritten(vertices, num_vertices);
+  GrowListUnwritten(triangles, num_triangles);
 }
 
 void KLY_Mesh::ClearGeometry() {

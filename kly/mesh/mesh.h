@@ -73,6 +73,9 @@ class KLY_Mesh : public KLY_Geometry {
   // then reuse the same memory instead of handing it back to the system and faulting it in
   // again every time.
   void Reserve(uint32_t num_vertices, uint32_t num_triangles);
+  // Extends to these counts with records whose numbers are left unwritten (KLY_Unwritten), for a
+  // builder that writes all of them before anything reads them. Never shrinks.
+  void GrowUnwritten(uint32_t num_vertices, uint32_t num_triangles);
   // Empties vertices and triangles and sets dirty; materials, facet and bounds stay.
   void ClearGeometry();
 

@@ -134,52 +134,96 @@ bool KLY_CubicBezierCurve::IsStraight() {
   return ad * ad > 0.998 * dd * Dot(a, a) && bd * bd > 0.998 * dd * Dot(b, b);
 }
 
-void KLY_CubicBezierCurve::Subdivide(double tolerance, uint32_t minDepth, uint32_t maxDepth,
-                                     std::vector<double>& parameters) {
-  if (minDepth > kDeepestMinDepth) {
-    throw std::length_error("curve subdivision deeper than 20 levels");
-  }
-  parameters.push_back(0.0);
-  if (ShouldRecurse(0, tolerance, minDepth, maxDepth, 0.0, 1.0)) {
-    EvaluateAdaptively(1, tolerance, minDepth, maxDepth, 0.0, 0.5, parameters);
-    EvaluateAdaptively(1, tolerance, minDepth, maxDepth, 0.5, 1.0, parameters);
-  }
-  parameters.push_back(1.0);
+namespace {
+
+// A span [t0, t1] of a curve with its end points. Halving a span evaluates only its middle: the
+// halves share the parent's ends, and a parameter's point is the same however it is reached.
+struct Span {
+  double t0, t1;
+  Vec3 start, end;
+};
+
+// The arguments of one subdivision that stay the same from level to level.
+struct Refinement {
+  KLY_CubicBezierCurve& curve;
+  double tolerance;
+  uint32_t minDepth, maxDepth;
+};
+
+Span WholeSpan(KLY_CubicBezierCurve& curve, double t0, double t1) {
+  Span span{t0, t1, {}, {}};
+  curve.Eval(t0, span.start);
+  curve.Eval(t1, span.end);
+  return span;
 }
 
-void KLY_CubicBezierCurve::EvaluateAdaptively(uint32_t level, double tolerance, uint32_t minDepth,
-                                              uint32_t maxDepth, double t0, double t1,
-                                              std::vector<double>& parameters) {
-  const double m = (t1 + t0) * 0.5;
-  if (ShouldRecurse(level, tolerance, minDepth, maxDepth, t0, t1)) {
-    EvaluateAdaptively(level + 1, tolerance, minDepth, maxDepth, t0, m, parameters);
-    EvaluateAdaptively(level + 1, tolerance, minDepth, maxDepth, m, t1, parameters);
+// ShouldRecurse on a span whose ends are known. `middle` gets the point at `m` when a sample
+// lands on it, and `middleKnown` says so.
+bool SpanShouldRecurse(uint32_t level, const Refinement& r, const Span& span, double m,
+                       Vec3& middle, bool& middleKnown) {
+  // The floor goes first, so a minDepth beyond the cap of 10 levels wins over it.
+  if (level < std::max<uint32_t>(r.minDepth, 2)) return true;
+  if (level >= std::min<uint32_t>(r.maxDepth, KLY_CubicBezierCurve::kMaxLevel)) return false;
+
+  const Vec3 d = span.start - span.end;
+  // Coinciding ends make a span flat, even if the curve loops between them.
+  if (Dot(d, d) < 1e-6) return false;
+
+  const double toleranceSquared = r.tolerance * r.tolerance;
+  for (const double f : {0.25, 0.5, 0.75}) {
+    const double t = span.t0 + f * (span.t1 - span.t0);
+    Vec3 s;
+    r.curve.Eval(t, s);
+    if (t == m) {
+      middle = s;
+      middleKnown = true;
+    }
+    if (SquaredDistanceFromLine(d, span.start - s) > toleranceSquared) return true;
+  }
+  return false;
+}
+
+// EvaluateAdaptively on a span whose ends are known.
+void Refine(uint32_t level, const Refinement& r, const Span& span,
+            std::vector<double>& parameters) {
+  const double m = (span.t1 + span.t0) * 0.5;
+  Vec3 middle;
+  bool middleKnown = false;
+  if (SpanShouldRecurse(level, r, span, m, middle, middleKnown)) {
+    if (!middleKnown) r.curve.Eval(m, middle);
+    Refine(level + 1, r, {span.t0, m, span.start, middle}, parameters);
+    Refine(level + 1, r, {m, span.t1, middle, span.end}, parameters);
   } else if (level > 0) {
     // The midpoint of a leaf, never its ends: that is how samples have always been placed.
     parameters.push_back(m);
   }
 }
 
+}  // namespace
+
+void KLY_CubicBezierCurve::Subdivide(double tolerance, uint32_t minDepth, uint32_t maxDepth,
+                                     std::vector<double>& parameters) {
+  if (minDepth > kDeepestMinDepth) {
+    throw std::length_error("curve subdivision deeper than 20 levels");
+  }
+  parameters.push_back(0.0);
+  // Level 0 appends nothing of its own: a whole curve flat enough is just its two ends.
+  Refine(0, {*this, tolerance, minDepth, maxDepth}, WholeSpan(*this, 0.0, 1.0), parameters);
+  parameters.push_back(1.0);
+}
+
+void KLY_CubicBezierCurve::EvaluateAdaptively(uint32_t level, double tolerance, uint32_t minDepth,
+                                              uint32_t maxDepth, double t0, double t1,
+                                              std::vector<double>& parameters) {
+  Refine(level, {*this, tolerance, minDepth, maxDepth}, WholeSpan(*this, t0, t1), parameters);
+}
+
 bool KLY_CubicBezierCurve::ShouldRecurse(uint32_t level, double tolerance, uint32_t minDepth,
                                          uint32_t maxDepth, double t0, double t1) {
-  // The floor goes first, so a minDepth beyond the cap of 10 levels wins over it.
-  if (level < std::max<uint32_t>(minDepth, 2)) return true;
-  if (level >= std::min<uint32_t>(maxDepth, kMaxLevel)) return false;
-
-  Vec3 a, b;
-  Eval(t0, a);
-  Eval(t1, b);
-  const Vec3 d = a - b;
-  // Coinciding ends make a span flat, even if the curve loops between them.
-  if (Dot(d, d) < 1e-6) return false;
-
-  const double toleranceSquared = tolerance * tolerance;
-  for (const double f : {0.25, 0.5, 0.75}) {
-    Vec3 s;
-    Eval(t0 + f * (t1 - t0), s);
-    if (SquaredDistanceFromLine(d, a - s) > toleranceSquared) return true;
-  }
-  return false;
+  Vec3 middle;
+  bool middleKnown = false;
+  return SpanShouldRecurse(level, {*this, tolerance, minDepth, maxDepth}, WholeSpan(*this, t0, t1),
+                           (t1 + t0) * 0.5, middle, middleKnown);
 }
 
 void KLY_CubicBezierCurve::DeCasteljauSubdivide(uint32_t level, double tolerance, uint32_t maxDepth,

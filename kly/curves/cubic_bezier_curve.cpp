@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 
 #include "kly/package/failure.h"
@@ -136,11 +137,20 @@ bool KLY_CubicBezierCurve::IsStraight() {
 
 namespace {
 
-// A span [t0, t1] of a curve with its end points. Halving a span evaluates only its middle: the
-// halves share the parent's ends, and a parameter's point is the same however it is reached.
+// A point of the curve with its parameter, which is NaN until the point is evaluated.
+struct Sample {
+  double t = std::numeric_limits<double>::quiet_NaN();
+  Vec3 at;
+};
+
+// A span [t0, t1] of a curve with its end points, and its middle sample when its parent has
+// evaluated it. Halving a span evaluates only what it does not know yet: the halves share the
+// parent's ends and middle, a half's middle sample is the parent's at a quarter, and a
+// parameter's point is the same however it is reached (parameters are compared, not assumed).
 struct Span {
   double t0, t1;
   Vec3 start, end;
+  Sample middle;
 };
 
 // The arguments of one subdivision that stay the same from level to level.
@@ -151,16 +161,16 @@ struct Refinement {
 };
 
 Span WholeSpan(KLY_CubicBezierCurve& curve, double t0, double t1) {
-  Span span{t0, t1, {}, {}};
+  Span span{t0, t1, {}, {}, {}};
   curve.Eval(t0, span.start);
   curve.Eval(t1, span.end);
   return span;
 }
 
-// ShouldRecurse on a span whose ends are known. `middle` gets the point at `m` when a sample
-// lands on it, and `middleKnown` says so.
-bool SpanShouldRecurse(uint32_t level, const Refinement& r, const Span& span, double m,
-                       Vec3& middle, bool& middleKnown) {
+// ShouldRecurse on a span whose ends are known; `samples` gets the points it looked at, at a
+// quarter, half and three quarters of the span.
+bool SpanShouldRecurse(uint32_t level, const Refinement& r, const Span& span,
+                       Sample (&samples)[3]) {
   // The floor goes first, so a minDepth beyond the cap of 10 levels wins over it.
   if (level < std::max<uint32_t>(r.minDepth, 2)) return true;
   if (level >= std::min<uint32_t>(r.maxDepth, KLY_CubicBezierCurve::kMaxLevel)) return false;
@@ -170,15 +180,16 @@ bool SpanShouldRecurse(uint32_t level, const Refinement& r, const Span& span, do
   if (Dot(d, d) < 1e-6) return false;
 
   const double toleranceSquared = r.tolerance * r.tolerance;
-  for (const double f : {0.25, 0.5, 0.75}) {
-    const double t = span.t0 + f * (span.t1 - span.t0);
-    Vec3 s;
-    r.curve.Eval(t, s);
-    if (t == m) {
-      middle = s;
-      middleKnown = true;
+  const double fractions[3] = {0.25, 0.5, 0.75};
+  for (int k = 0; k < 3; ++k) {
+    Sample& s = samples[k];
+    s.t = span.t0 + fractions[k] * (span.t1 - span.t0);
+    if (s.t == span.middle.t) {
+      s.at = span.middle.at;
+    } else {
+      r.curve.Eval(s.t, s.at);
     }
-    if (SquaredDistanceFromLine(d, span.start - s) > toleranceSquared) return true;
+    if (SquaredDistanceFromLine(d, span.start - s.at) > toleranceSquared) return true;
   }
   return false;
 }
@@ -187,12 +198,18 @@ bool SpanShouldRecurse(uint32_t level, const Refinement& r, const Span& span, do
 void Refine(uint32_t level, const Refinement& r, const Span& span,
             std::vector<double>& parameters) {
   const double m = (span.t1 + span.t0) * 0.5;
-  Vec3 middle;
-  bool middleKnown = false;
-  if (SpanShouldRecurse(level, r, span, m, middle, middleKnown)) {
-    if (!middleKnown) r.curve.Eval(m, middle);
-    Refine(level + 1, r, {span.t0, m, span.start, middle}, parameters);
-    Refine(level + 1, r, {m, span.t1, middle, span.end}, parameters);
+  Sample samples[3];
+  if (SpanShouldRecurse(level, r, span, samples)) {
+    Vec3 middle;
+    if (samples[1].t == m) {
+      middle = samples[1].at;
+    } else if (span.middle.t == m) {
+      middle = span.middle.at;
+    } else {
+      r.curve.Eval(m, middle);
+    }
+    Refine(level + 1, r, {span.t0, m, span.start, middle, samples[0]}, parameters);
+    Refine(level + 1, r, {m, span.t1, middle, span.end, samples[2]}, parameters);
   } else if (level > 0) {
     // The midpoint of a leaf, never its ends: that is how samples have always been placed.
     parameters.push_back(m);
@@ -220,10 +237,9 @@ void KLY_CubicBezierCurve::EvaluateAdaptively(uint32_t level, double tolerance, 
 
 bool KLY_CubicBezierCurve::ShouldRecurse(uint32_t level, double tolerance, uint32_t minDepth,
                                          uint32_t maxDepth, double t0, double t1) {
-  Vec3 middle;
-  bool middleKnown = false;
+  Sample samples[3];
   return SpanShouldRecurse(level, {*this, tolerance, minDepth, maxDepth}, WholeSpan(*this, t0, t1),
-                           (t1 + t0) * 0.5, middle, middleKnown);
+                           samples);
 }
 
 void KLY_CubicBezierCurve::DeCasteljauSubdivide(uint32_t level, double tolerance, uint32_t maxDepth,

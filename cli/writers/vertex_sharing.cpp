@@ -20,17 +20,27 @@ struct FileVertexHash {
   }
 };
 
+// A library vertex with one of its normals: a candidate file vertex.
+struct Candidate {
+  uint32_t vertex;
+  uint32_t normal;
+};
+
+// How many candidates ahead the table's slots are fetched: enough to cover a trip to memory.
+constexpr size_t kPrefetchDistance = 16;
+
 }  // namespace
 
 SharedVertices ShareVertices(const FileTriangles& triangles, const CornerNormals& normals,
                              const std::vector<uint32_t>& order) {
-  // Smooth meshes have some six corners a vertex.
-  FirstIndexTable<FileVertex, FileVertexHash> table(order.size() / 2);
   // Most corners of a library vertex point into one normal: a corner with the same vertex and
-  // normal as the vertex's last one is the same file vertex, found without hashing.
+  // normal as the vertex's last one is the same file vertex, found without hashing. The
+  // candidates are listed first, each corner given its candidate's number, so that the table's
+  // slots can be fetched ahead of the lookups, which are each a trip to memory in a large mesh.
   constexpr uint32_t kNone = UINT32_MAX;
   std::vector<uint32_t> last_normal(triangles.positions.size(), kNone);
-  std::vector<uint32_t> last_index(triangles.positions.size());
+  std::vector<uint32_t> last_candidate(triangles.positions.size());
+  std::vector<Candidate> candidates;
   SharedVertices out;
   out.indices.reserve(3 * order.size());
   for (uint32_t t : order) {
@@ -39,12 +49,26 @@ SharedVertices ShareVertices(const FileTriangles& triangles, const CornerNormals
       const uint32_t normal = normals.of_corner[3 * t + k];
       if (last_normal[v] != normal) {
         last_normal[v] = normal;
-        last_index[v] = table.Find(
-            FileVertex{triangles.positions[v], normals.normals[normal], triangles.uvs[v]});
+        last_candidate[v] = static_cast<uint32_t>(candidates.size());
+        candidates.push_back(Candidate{v, normal});
       }
-      out.indices.push_back(last_index[v]);
+      out.indices.push_back(last_candidate[v]);
     }
   }
+  const auto key = [&](const Candidate& c) {
+    return FileVertex{triangles.positions[c.vertex], normals.normals[c.normal],
+                      triangles.uvs[c.vertex]};
+  };
+  // No more file vertices than candidates: sized so, the table never grows.
+  FirstIndexTable<FileVertex, FileVertexHash> table(candidates.size());
+  std::vector<uint64_t> hashes(candidates.size());
+  std::vector<uint32_t> file_vertex(candidates.size());
+  for (size_t j = 0; j < candidates.size(); ++j) hashes[j] = FileVertexHash()(key(candidates[j]));
+  for (size_t j = 0; j < candidates.size(); ++j) {
+    if (j + kPrefetchDistance < candidates.size()) table.Prefetch(hashes[j + kPrefetchDistance]);
+    file_vertex[j] = table.Find(key(candidates[j]), hashes[j]);
+  }
+  for (uint32_t& index : out.indices) index = file_vertex[index];
   out.vertices = table.TakeKeys();
   return out;
 }

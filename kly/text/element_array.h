@@ -107,16 +107,25 @@ void CollectTrianglesForFace(const std::vector<Element>& elements, int32_t face,
 
 // `out` (a KLY_Mesh) becomes every element's own collapse (its mesh under its placement), in
 // order, each followed by its four materials; material indices are rebased by 4 an element, so
-// each element keeps its own look. Geometry type 1.
+// each element keeps its own look. Geometry type 1. An element's collapse has its own counts of
+// vertices and triangles, so the whole is reserved at once and one placed mesh serves every
+// element: a long text is then never moved while it grows.
 template <class Element>
 void CollapseElements(const std::vector<Element>& elements, KLY_Geometry* out) {
   KLY_Mesh& mesh = dynamic_cast<KLY_Mesh&>(*out);
   mesh.ClearGeometry();
   mesh.ClearMaterials();
+  size_t vertexCount = 0;
+  size_t triangleCount = 0;
+  for (const Element& element : elements) {
+    vertexCount += element.GetNumVertices();
+    triangleCount += element.GetNumTriangles();
+  }
+  mesh.Reserve(static_cast<uint32_t>(vertexCount), static_cast<uint32_t>(triangleCount));
   uint32_t materialBase = 0;
   uint32_t firstTriangle = 0;
+  KLY_Mesh placed;
   for (const Element& element : elements) {
-    KLY_Mesh placed;
     element.CollapseArrayToSingleElement(&placed);
     mesh.AppendTriangleMesh(placed);
     for (auto t = mesh.beginTriangles() + firstTriangle; t != mesh.endTriangles(); ++t)

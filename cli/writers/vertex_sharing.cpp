@@ -1,5 +1,7 @@
 #include "cli/writers/vertex_sharing.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -61,12 +63,18 @@ SharedVertices ShareVertices(const FileTriangles& triangles, const CornerNormals
   };
   // No more file vertices than candidates: sized so, the table never grows.
   FirstIndexTable<FileVertex, FileVertexHash> table(candidates.size());
-  std::vector<uint64_t> hashes(candidates.size());
+  // The hashes of the candidates fetched and not yet found, candidate j's at j % distance.
+  std::array<uint64_t, kPrefetchDistance> ahead;
+  const auto fetch = [&](size_t j) {
+    ahead[j % kPrefetchDistance] = FileVertexHash()(key(candidates[j]));
+    table.Prefetch(ahead[j % kPrefetchDistance]);
+  };
+  for (size_t j = 0; j < std::min(kPrefetchDistance, candidates.size()); ++j) fetch(j);
   std::vector<uint32_t> file_vertex(candidates.size());
-  for (size_t j = 0; j < candidates.size(); ++j) hashes[j] = FileVertexHash()(key(candidates[j]));
   for (size_t j = 0; j < candidates.size(); ++j) {
-    if (j + kPrefetchDistance < candidates.size()) table.Prefetch(hashes[j + kPrefetchDistance]);
-    file_vertex[j] = table.Find(key(candidates[j]), hashes[j]);
+    const uint64_t hash = ahead[j % kPrefetchDistance];
+    if (j + kPrefetchDistance < candidates.size()) fetch(j + kPrefetchDistance);
+    file_vertex[j] = table.Find(key(candidates[j]), hash);
   }
   for (uint32_t& index : out.indices) index = file_vertex[index];
   out.vertices = table.TakeKeys();

@@ -123,7 +123,7 @@ TEST(TessBadInput, HolesOutsideAreIgnoredAndUnclosedHolesEatEverything) {
   EXPECT_EQ(eaten.PointCount(), 100);  // carving removes no vertex from the output
 }
 
-TEST(TessBadInput, NaNAndInfinityGiveADefinedResultOrTen) {
+TEST(TessBadInput, NaNAndInfinityAreRefused) {
   for (double bad : {kNaN, kInf, -kInf}) {
     for (int where = 0; where < 2; ++where) {
       TessCase c = PolygonWithHoles(2, 20, 1, false);
@@ -131,8 +131,8 @@ TEST(TessBadInput, NaNAndInfinityGiveADefinedResultOrTen) {
       c.graph.points.push_back(bad);
       c.graph.points.push_back(bad);
       for (const char* switches : {"Qz", "Qpz", "VpDz"}) {
-        const int32_t number = CallRaw(switches, c.graph.points, c.graph.segments);
-        EXPECT_TRUE(number == 0 || number == KLY_kErrTessellation) << number;
+        EXPECT_EQ(CallRaw(switches, c.graph.points, c.graph.segments), KLY_kErrTessellation)
+            << switches;
       }
     }
   }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "kly/package/failure.h"
+#include "tests/testing/report_capture.h"
 #include "tests/testing/tess_checker.h"
 #include "tests/testing/tess_generators.h"
 #include "tests/testing/tess_runner.h"
@@ -15,16 +16,11 @@ namespace kly {
 namespace testing {
 namespace {
 
-// Runs the engine; its failure 10 is allowed (zero triangles would be as good), anything it
-// returns must pass the checker.
-void ExpectValidOrTen(const char* switches, const PlanarGraph& in, TessKind kind) {
+// Runs the engine on a valid input, which must succeed, and expects the checker to find
+// nothing wrong with the result.
+void ExpectValid(const char* switches, const PlanarGraph& in, TessKind kind) {
   Triangulation out;
-  try {
-    out = RunEngine(switches, in);
-  } catch (int32_t number) {
-    EXPECT_EQ(number, KLY_kErrTessellation);
-    return;
-  }
+  ASSERT_NO_THROW(out = RunEngine(switches, in)) << switches;
   TessExpectation expect;
   expect.kind = kind;
   expect.segments_in_domain = false;  // these inputs leave the domain to the carving
@@ -35,8 +31,8 @@ void ExpectValidOrTen(const char* switches, const PlanarGraph& in, TessKind kind
 // Four points on one line span no triangle; the divide and conquer construction crashed in
 // removing its ghost triangles. Three points did not, nor did "Qpz".
 TEST(TessRegression, FourCollinearPointsUnderPlainDelaunay) {
-  ExpectValidOrTen("Qz", {{0, 0, 1, 0, 2, 0, 3, 0}, {}, {}}, TessKind::kDelaunay);
-  ExpectValidOrTen(
+  ExpectValid("Qz", {{0, 0, 1, 0, 2, 0, 3, 0}, {}, {}}, TessKind::kDelaunay);
+  ExpectValid(
       "Qz",
       {{0, 0x1.0p-1000, 0x1.0p-1001, 0x1.0p-1000, 0x1.0p-999, 0x1.0p-1000, 0x1.8p-999, 0x1.0p-1000},
        {},
@@ -54,7 +50,7 @@ TEST(TessRegression, RepeatedCrossedSegmentLeavesNoClockwiseTriangle) {
        0.13895324287751801, 0.30581915001345988},
       {0, 1, 4, 6, 5, 2, 0, 1},
       {}};
-  ExpectValidOrTen("Qpzn", in, TessKind::kConstrained);
+  ExpectValid("Qpzn", in, TessKind::kConstrained);
 }
 
 // Segment 6-4 given twice (once reversed) and crossed by 5-7 inside a closed square: the
@@ -67,7 +63,7 @@ TEST(TessRegression, RepeatedCrossedSegmentKeepsOtherEdgesDelaunay) {
                                0.89172490592666243, 0.19402898720522538, 0.3105566012593774,
                                0.74727382781778773, 0.44414157106153235, 0.82219499684071307});
   const PlanarGraph in{points, {0, 1, 1, 2, 2, 3, 3, 0, 5, 7, 6, 4, 4, 6}, {}};
-  ExpectValidOrTen("Qpz", in, TessKind::kConstrained);
+  ExpectValid("Qpz", in, TessKind::kConstrained);
 }
 
 // A piece of an integer grid scaled by 1e-300 (so rounded off its lines) with segments along
@@ -78,23 +74,17 @@ TEST(TessRegression, GridScaledTo1em300KeepsEdgesDelaunay) {
                         4e-300, 2e-300, 0,      3e-300, 1e-300, 3e-300, 0, 4e-300, 1e-300, 4e-300},
                        {8, 6, 6, 3, 3, 5, 0, 9, 8, 1},
                        {}};
-  ExpectValidOrTen("Qpz", in, TessKind::kConstrained);
+  ExpectValid("Qpz", in, TessKind::kConstrained);
 }
 
-// Four points in general position (every triple turns strictly, by exact arithmetic) whose
-// determinants underflow: the plain triangulation kept one triangle and dropped a vertex.
-TEST(TessRegression, UnderflowingPointsKeepEveryVertexUnderPlainDelaunay) {
-  ExpectValidOrTen("Qz", {{1, 1e-150, 1e-200, 1e-190, 5e-323, 0, 0, 0}, {}, {}},
-                   TessKind::kDelaunay);
-}
-
-// Found by the fuzzer: four points whose differences span 1e-323 to 1, so that most products
-// in the predicates underflow. Hole carving then walked the hull into a null triangle under
-// "Qpz" and "VpDz"; a crash is never a defined result.
-TEST(TessRegression, UnderflowingPointsDoNotCrashHoleCarving) {
+// Four points whose coordinates span 1e-323 to 1, so that most products in the predicates
+// underflow: the plain triangulation once dropped a vertex, and hole carving walked into a
+// null triangle. A non-zero coordinate below 2^-100 of the largest is now refused (10) under
+// every switch string, before any predicate runs.
+TEST(TessRegression, UnderflowingPointsAreRefused) {
   const PlanarGraph in{{1, 1e-150, 1e-200, 1e-190, 5e-323, 0, 0, 0}, {}, {}};
-  ExpectValidOrTen("Qpz", in, TessKind::kConstrained);
-  ExpectValidOrTen("VpDz", in, TessKind::kConforming);
+  for (const char* switches : {"Qz", "Qpz", "VpDz"})
+    EXPECT_EQ(ThrownNumber([&] { RunEngine(switches, in); }), KLY_kErrTessellation) << switches;
 }
 
 // Runs `switches` ("Qpz" unless given) on `in`, which must succeed, and expects the checker
@@ -329,6 +319,26 @@ TEST(TessRegression, CrossingOfSubnormalSegmentsIsPlacedOnTheOutputGrid) {
       {0, 3, 1, 4},
       {}};
   ExpectConstrained(in, "crossing of subnormal segments", true, "Qpcz");
+}
+
+// Found by the fuzzer, which judges every result: valid inputs that the conforming stage still
+// gets wrong, kept disabled until it is fixed.
+//   - A thin triangle (the segments meet at 4.3e-4 radians at (25700, 0)) with (0, 0) inside
+//     it: a split vertex is rounded onto its subsegment's end ("Precision error.", 10).
+//   - 1-2 crossing 3-0, with (90, 90) near their crossing: the result leaves (90, 90) unused
+//     inside a triangle.
+//   - Points of size 1e-300, some repeated: the result leaves subsegment 7-1 encroached.
+TEST(TessRegression, DISABLED_ConformingFuzzFindings) {
+  const double a = 6.1595398821212446e-300, b = 2.7997908555096566e-301,
+               c = 9.3326361850321888e-301, d = 3.7330544740128755e-301;
+  const PlanarGraph cases[] = {
+      {{0, 0, 25700, 0, -502, -1, 255, 10}, {2, 0, 2, 1, 1, 3, 2, 3}, {}},
+      {{0, 0, 100, 25600, 4096, 68, 9216, 9216, 93, 1024, 90, 90}, {0, 1, 1, 2, 3, 0}, {}},
+      {{0, 0, 0, -a, -b, 0, -a, -b, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, c, c, 0, d},
+       {0, 1, 9, 2, 1, 2, 2, 3, 7, 3},
+       {}},
+  };
+  for (const PlanarGraph& in : cases) ExpectValid("VpDz", in, TessKind::kConforming);
 }
 
 }  // namespace

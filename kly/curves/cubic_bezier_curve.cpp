@@ -29,6 +29,18 @@ Vec3 Midpoint(const Vec3& a, const Vec3& b) {
   return (a + b) * 0.5;
 }
 
+// The point at t of the curve with control points `p`: Eval's arithmetic, inline for Subdivide.
+inline Vec3 PointOf(const Vec3 (&p)[4], double t) {
+  const double u = 1.0 - t;
+  const double b0 = u * u * u;
+  const double b1 = 3.0 * t * u * u;
+  const double b2 = 3.0 * t * t * u;
+  const double b3 = t * t * t;
+  return {p[0].x * b0 + p[1].x * b1 + p[2].x * b2 + p[3].x * b3,
+          p[0].y * b0 + p[1].y * b1 + p[2].y * b2 + p[3].y * b3,
+          p[0].z * b0 + p[1].z * b1 + p[2].z * b2 + p[3].z * b3};
+}
+
 // The XY normal of a tangent, as GetNormalVec forms it: (Ty, -Tx, 0) while the tangent has an
 // XY part; (1, 0, 0) for a tangent along Z; from the chord when the tangent vanishes.
 Vec3 NormalOfTangent(const Vec3& tangent, const Vec3& chord) {
@@ -66,15 +78,7 @@ void KLY_CubicBezierCurve::GetControlPts(Vec3& p0, Vec3& p1, Vec3& p2, Vec3& p3)
 }
 
 void KLY_CubicBezierCurve::Eval(double t, Vec3& out) {
-  const double u = 1.0 - t;
-  const double b0 = u * u * u;
-  const double b1 = 3.0 * t * u * u;
-  const double b2 = 3.0 * t * t * u;
-  const double b3 = t * t * t;
-  const Vec3* p = controlPts;
-  out.x = p[0].x * b0 + p[1].x * b1 + p[2].x * b2 + p[3].x * b3;
-  out.y = p[0].y * b0 + p[1].y * b1 + p[2].y * b2 + p[3].y * b3;
-  out.z = p[0].z * b0 + p[1].z * b1 + p[2].z * b2 + p[3].z * b3;
+  out = PointOf(controlPts, t);
 }
 
 void KLY_CubicBezierCurve::GetTangentVec(double t, Vec3& out) {
@@ -155,16 +159,18 @@ struct Span {
 
 // The arguments of one subdivision that stay the same from level to level.
 struct Refinement {
-  KLY_CubicBezierCurve& curve;
+  Refinement(KLY_CubicBezierCurve& curve, double t, uint32_t minimum, uint32_t maximum)
+      : tolerance(t), minDepth(minimum), maxDepth(maximum) {
+    curve.GetControlPts(points[0], points[1], points[2], points[3]);
+  }
+
+  Vec3 points[4];
   double tolerance;
   uint32_t minDepth, maxDepth;
 };
 
-Span WholeSpan(KLY_CubicBezierCurve& curve, double t0, double t1) {
-  Span span{t0, t1, {}, {}, {}};
-  curve.Eval(t0, span.start);
-  curve.Eval(t1, span.end);
-  return span;
+Span WholeSpan(const Refinement& r, double t0, double t1) {
+  return {t0, t1, PointOf(r.points, t0), PointOf(r.points, t1), {}};
 }
 
 // ShouldRecurse on a span whose ends are known; `samples` gets the points it looked at, at a
@@ -187,7 +193,7 @@ bool SpanShouldRecurse(uint32_t level, const Refinement& r, const Span& span,
     if (s.t == span.middle.t) {
       s.at = span.middle.at;
     } else {
-      r.curve.Eval(s.t, s.at);
+      s.at = PointOf(r.points, s.t);
     }
     if (SquaredDistanceFromLine(d, span.start - s.at) > toleranceSquared) return true;
   }
@@ -206,7 +212,7 @@ void Refine(uint32_t level, const Refinement& r, const Span& span,
     } else if (span.middle.t == m) {
       middle = span.middle.at;
     } else {
-      r.curve.Eval(m, middle);
+      middle = PointOf(r.points, m);
     }
     Refine(level + 1, r, {span.t0, m, span.start, middle, samples[0]}, parameters);
     Refine(level + 1, r, {m, span.t1, middle, span.end, samples[2]}, parameters);
@@ -225,21 +231,23 @@ void KLY_CubicBezierCurve::Subdivide(double tolerance, uint32_t minDepth, uint32
   }
   parameters.push_back(0.0);
   // Level 0 appends nothing of its own: a whole curve flat enough is just its two ends.
-  Refine(0, {*this, tolerance, minDepth, maxDepth}, WholeSpan(*this, 0.0, 1.0), parameters);
+  const Refinement r(*this, tolerance, minDepth, maxDepth);
+  Refine(0, r, WholeSpan(r, 0.0, 1.0), parameters);
   parameters.push_back(1.0);
 }
 
 void KLY_CubicBezierCurve::EvaluateAdaptively(uint32_t level, double tolerance, uint32_t minDepth,
                                               uint32_t maxDepth, double t0, double t1,
                                               std::vector<double>& parameters) {
-  Refine(level, {*this, tolerance, minDepth, maxDepth}, WholeSpan(*this, t0, t1), parameters);
+  const Refinement r(*this, tolerance, minDepth, maxDepth);
+  Refine(level, r, WholeSpan(r, t0, t1), parameters);
 }
 
 bool KLY_CubicBezierCurve::ShouldRecurse(uint32_t level, double tolerance, uint32_t minDepth,
                                          uint32_t maxDepth, double t0, double t1) {
+  const Refinement r(*this, tolerance, minDepth, maxDepth);
   Sample samples[3];
-  return SpanShouldRecurse(level, {*this, tolerance, minDepth, maxDepth}, WholeSpan(*this, t0, t1),
-                           samples);
+  return SpanShouldRecurse(level, r, WholeSpan(r, t0, t1), samples);
 }
 
 void KLY_CubicBezierCurve::DeCasteljauSubdivide(uint32_t level, double tolerance, uint32_t maxDepth,

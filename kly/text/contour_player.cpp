@@ -2,6 +2,7 @@
 
 #include "kly/text/contour_stream.h"
 
+using kly::text::AppendOutlineCurve;
 using kly::text::AppendOutlinePoint;
 using kly::text::FinishOutlineContour;
 
@@ -22,9 +23,7 @@ void KLY_ContourPlayer::LineTo(double x, double y) {
 }
 
 void KLY_ContourPlayer::CurveTo(double x1, double y1, double x2, double y2, double x3, double y3) {
-  AppendOutlinePoint(current, x1, y1, KLY_Contour::kCodeCurve);
-  AppendOutlinePoint(current, x2, y2, KLY_Contour::kCodeCurve);
-  AppendOutlinePoint(current, x3, y3, KLY_Contour::kCodeCurve);
+  AppendOutlineCurve(current, x1, y1, x2, y2, x3, y3);
 }
 
 void KLY_ContourPlayer::ClosePath() {

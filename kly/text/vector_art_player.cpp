@@ -2,6 +2,7 @@
 
 #include "kly/text/contour_stream.h"
 
+using kly::text::AppendOutlineCurve;
 using kly::text::AppendOutlinePoint;
 using kly::text::FinishOutlineContour;
 
@@ -18,9 +19,7 @@ void KLY_VectorArtPlayer::LineTo(float x, float y) {
 }
 
 void KLY_VectorArtPlayer::CurveTo(float x1, float y1, float x2, float y2, float x3, float y3) {
-  AppendOutlinePoint(current, x1, y1, KLY_Contour::kCodeCurve);
-  AppendOutlinePoint(current, x2, y2, KLY_Contour::kCodeCurve);
-  AppendOutlinePoint(current, x3, y3, KLY_Contour::kCodeCurve);
+  AppendOutlineCurve(current, x1, y1, x2, y2, x3, y3);
 }
 
 void KLY_VectorArtPlayer::Finish() {
